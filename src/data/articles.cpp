@@ -1,0 +1,255 @@
+#include "articles.h"
+
+#include "decimal.h"
+#include "logo.h"
+#include "text.h"
+#include "xml_file.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
+namespace {
+
+// How one piece of character data goes into a field. Expat may hand over a text in several pieces;
+// where a field keeps the first one, what follows a line end or an escaped character is dropped.
+
+using text_member = char* item::*;
+using flag_member = std::uint8_t item::*;
+
+template <text_member text> void keep_first(item& article, std::string_view piece)
+{
+    if (article.*text == nullptr)
+        article.*text = copy_text(piece);
+}
+
+template <text_member text> void keep_first_lowered(item& article, std::string_view piece)
+{
+    if (article.*text != nullptr)
+        return;
+    article.*text = copy_text(piece);
+    if (article.*text != nullptr)
+        std::transform(article.*text, article.*text + piece.size(), article.*text, ascii_lower);
+}
+
+template <text_member text> void keep_first_count(item& article, std::string_view piece)
+{
+    if (piece != "0")
+        keep_first<text>(article, piece);
+}
+
+void keep_first_brand(item& article, std::string_view piece)
+{
+    if (article.brand != nullptr)
+        return;
+    article.brand = copy_text(piece);
+    article.logo = brandToLogo(article.brand);
+}
+
+template <flag_member flag> void raise_if(item& article, std::string_view piece, std::string_view word)
+{
+    if (equal_ignoring_case(piece, word))
+        article.*flag = 1;
+}
+
+void raise_tuner_hd(item& article, std::string_view piece)
+{
+    raise_if<&item::tuner_hd>(article, piece, "HD");
+}
+
+void raise_threeD_ready(item& article, std::string_view piece)
+{
+    raise_if<&item::threeD_ready>(article, piece, "READY");
+}
+
+void replace_ovu(item& article, std::string_view piece)
+{
+    if (char* copy = copy_text(piece)) {
+        std::free(article.ovu);
+        article.ovu = copy;
+    }
+}
+
+void replace_channel(item& article, std::string_view piece)
+{
+    article.channel = parse_decimal(piece).value_or(article.channel);
+}
+
+struct field_element {
+    std::string_view prefix; ///< of the element's name
+    std::int32_t status = 0; ///< while the element lasts
+    void (*take)(item& article, std::string_view piece) = nullptr;
+};
+
+/// In the order in which a name is tried: `hdmi` begins with `hd` too.
+constexpr field_element field_elements[] = {
+    {"model", 2, keep_first<&item::model>},
+    {"brand", 3, keep_first_brand},
+    {"price", 4, keep_first<&item::price>},
+    {"type", 5, keep_first_lowered<&item::type>},
+    {"size", 6, keep_first<&item::size>},
+    {"tuner", 7, raise_tuner_hd},
+    {"hdmi", 8, keep_first_count<&item::hdmi>},
+    {"usb", 9, keep_first_count<&item::usb>},
+    {"hd", 10, keep_first_lowered<&item::hd>},
+    {"threeD", 11, raise_threeD_ready},
+    {"warranty", 12, keep_first<&item::warranty>},
+    {"ovu", 13, replace_ovu},
+    {"channel", 14, replace_channel},
+};
+
+constexpr std::string_view article_prefix = "article";
+constexpr std::int32_t article_depth = 2;
+constexpr std::int32_t field_depth = 3;
+
+const field_element* field_of(std::int32_t status)
+{
+    const auto* found = std::ranges::find(field_elements, status, &field_element::status);
+    return found == std::end(field_elements) ? nullptr : found;
+}
+
+struct attribute {
+    std::string_view name; ///< empty when the element has no attribute
+    std::string_view value;
+};
+
+attribute first_attribute(const char** attributes)
+{
+    if (attributes == nullptr || attributes[0] == nullptr || attributes[1] == nullptr)
+        return {};
+    return {.name = attributes[0], .value = attributes[1]};
+}
+
+void append_article(article_parser& parser, const attribute& first)
+{
+    auto* article = static_cast<item*>(std::calloc(1, sizeof(item)));
+    if (article == nullptr) {
+        std::fputs("calloc allocate memory\n", stderr);
+        return;
+    }
+    item** link = parser.current == nullptr ? &parser.head : &parser.current->next;
+    while (*link != nullptr)
+        link = &(*link)->next;
+    *link = article;
+    parser.current = article;
+    parser.status = inside_article;
+    if (first.name.starts_with("code"))
+        article->code = copy_text(first.value);
+}
+
+void find_article(article_parser& parser, const attribute& first)
+{
+    if (first.name != "code")
+        return;
+    for (item* article = parser.head; article != nullptr; article = article->next) {
+        if (article->code != nullptr && article->code == first.value) {
+            parser.current = article;
+            parser.status = inside_article;
+            return;
+        }
+    }
+}
+
+void begin_article(article_parser& parser, std::string_view name, const attribute& first)
+{
+    if (parser.depth != article_depth || !name.starts_with(article_prefix))
+        return;
+    if (parser.mode == merge_reference)
+        find_article(parser, first);
+    else
+        append_article(parser, first);
+}
+
+void begin_field(article_parser& parser, std::string_view name)
+{
+    for (const auto& field : field_elements) {
+        if (parser.depth == field_depth && name.starts_with(field.prefix)) {
+            parser.status = field.status;
+            return;
+        }
+    }
+    std::fputs("Invalid tag inside item\n", stderr);
+}
+
+void remove_first(item** articles)
+{
+    item* removed = *articles;
+    *articles = removed->next;
+    item_Delete(removed);
+    std::free(removed);
+}
+
+void parse_articles(const char* path, article_parser& parser)
+{
+    parse_xml_file(path,
+        {.user_data = &parser,
+            .start_element = elemStart,
+            .end_element = elemEnd,
+            .character_data = getCharData});
+}
+
+} // namespace
+
+item* ParseXMLInfostv(const char* path)
+{
+    article_parser parser{.mode = build_list};
+    parse_articles(path, parser);
+    return parser.head;
+}
+
+std::int32_t PurgeDataBase(item** articles, const char* host_name, std::uint32_t limit)
+{
+    std::uint32_t kept = 0;
+    while (*articles != nullptr && kept < limit) {
+        const char* ovu = (*articles)->ovu;
+        if (ovu != nullptr && host_name != nullptr && std::string_view(ovu) == host_name) {
+            articles = &(*articles)->next;
+            ++kept;
+        } else
+            remove_first(articles);
+    }
+    return static_cast<std::int32_t>(kept);
+}
+
+void ParseXMLReferencieltv(const char* path, item* head)
+{
+    if (head == nullptr)
+        return;
+    article_parser parser{.mode = merge_reference, .head = head};
+    parse_articles(path, parser);
+}
+
+void elemStart(void* user_data, const char* name, const char** attributes)
+{
+    auto& parser = *static_cast<article_parser*>(user_data);
+    ++parser.depth;
+    if (parser.status == outside_article)
+        begin_article(parser, name, first_attribute(attributes));
+    else if (parser.status == inside_article)
+        begin_field(parser, name);
+    else
+        std::fprintf(stderr, "Invalid parse status %d in elemStart\n", parser.status);
+}
+
+void elemEnd(void* user_data, const char* name)
+{
+    auto& parser = *static_cast<article_parser*>(user_data);
+    const std::string_view element = name;
+    const auto* field = field_of(parser.status);
+    if (field != nullptr && parser.depth == field_depth && element.starts_with(field->prefix))
+        parser.status = inside_article;
+    else if (parser.status == inside_article && parser.depth == article_depth
+        && element.starts_with(article_prefix))
+        parser.status = outside_article;
+    --parser.depth;
+}
+
+void getCharData(void* user_data, const char* text, int length)
+{
+    const auto& parser = *static_cast<const article_parser*>(user_data);
+    const auto* field = field_of(parser.status);
+    if (parser.current != nullptr && field != nullptr)
+        field->take(*parser.current, {text, static_cast<std::size_t>(length)});
+}

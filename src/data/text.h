@@ -1,0 +1,19 @@
+#pragma once
+
+#include <algorithm>
+#include <string_view>
+
+/// A zero-terminated copy made with `malloc`, which the caller frees. Without memory it prints
+/// "Cannot allocate memory\n" on standard error and returns null.
+[[nodiscard]] char* copy_text(std::string_view text);
+
+/// Letter case by ASCII alone: whatever the locale, and bytes of other characters pass unchanged.
+constexpr char ascii_lower(char character)
+{
+    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
+}
+
+constexpr bool equal_ignoring_case(std::string_view left, std::string_view right)
+{
+    return std::ranges::equal(left, right, {}, ascii_lower, ascii_lower);
+}
