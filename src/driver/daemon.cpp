@@ -1,0 +1,67 @@
+#include "daemon.h"
+
+#include "bus.h"
+#include "insertion.h"
+#include "programming.h"
+#include "services.h"
+
+#include <cstdio>
+
+namespace {
+
+constexpr int exit_done = 0;
+constexpr int exit_failed = -22;
+
+/// The open bus; closed at the end of its scope.
+struct bus_handle {
+    explicit bus_handle(int descriptor)
+        : fd(descriptor)
+    {
+    }
+    ~bus_handle()
+    {
+        if (fd >= 0)
+            bus_close(fd);
+    }
+    bus_handle(const bus_handle&) = delete;
+    bus_handle& operator=(const bus_handle&) = delete;
+
+    int fd = -1;
+};
+
+bool bind_device(const bus_handle& bus)
+{
+    if (bus.fd < 0) {
+        std::perror("Open modif_table_ovu317 driver");
+        return false;
+    }
+    if (bus_bind(bus.fd) < 0) {
+        std::perror("can't access I2C chip !!!");
+        return false;
+    }
+    return true;
+}
+
+/// Returns after a failure only.
+void drive_device(const driver_state& state)
+{
+    const bus_handle bus(bus_open());
+    if (!bind_device(bus))
+        return;
+    if (auto insertion = program_device(bus.fd, state))
+        insert_until_failure(bus.fd, state, *insertion);
+}
+
+} // namespace
+
+int run_daemon(const char* version_file)
+{
+    if (output_is_ethernet())
+        return exit_done;
+
+    if (auto state = start_up(version_file)) {
+        settle_services(*state);
+        drive_device(*state);
+    }
+    return exit_failed;
+}
