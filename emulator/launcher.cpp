@@ -1,0 +1,246 @@
+// epld-emulator: runs the daemon with the emulated device beneath it.
+
+#include "options.h"
+#include "report.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <filesystem>
+#include <new>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int status_unsound = 1;
+constexpr int status_no_run = 2;
+constexpr const char* library_name = "libepld-emulator.so";
+constexpr std::int64_t second_ns = 1'000'000'000;
+constexpr std::int64_t default_duration_s = 60;
+
+/// Says what is wrong, in one sentence. Returns false, for the caller to hand on.
+bool complain(const std::string& what)
+{
+    std::fprintf(stderr, "epld-emulator: %s\n", what.c_str());
+    return false;
+}
+
+bool complain_about(const std::string& what, const std::string& path)
+{
+    return complain(what + " " + path + ": " + std::strerror(errno));
+}
+
+/// A descriptor that the daemon's process inherits.
+int shared_memory(const char* name, std::size_t size)
+{
+    const int descriptor = memfd_create(name, 0);
+    if (descriptor >= 0 && ftruncate(descriptor, static_cast<off_t>(size)) != 0)
+        return -1;
+    return descriptor;
+}
+
+bool provide_version_file(emulation& run, const std::string& generation)
+{
+    if (generation == "none")
+        return true;
+    const std::string content = generation + "\n";
+    run.version_descriptor = shared_memory("version", 0);
+    if (run.version_descriptor < 0
+        || write(run.version_descriptor, content.data(), content.size())
+            != static_cast<ssize_t>(content.size()))
+        return complain("cannot provide the version file");
+    run.device.new_generation = static_cast<std::uint32_t>(std::atoi(generation.c_str())) > 2;
+    return true;
+}
+
+bool open_output(output_file& file, const std::string& path)
+{
+    if (path.empty())
+        return true;
+    file.descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+    return file.descriptor >= 0 || complain_about("cannot write", path);
+}
+
+bool open_encoder(emulation& run, const launch_options& options)
+{
+    if (options.encoder_path.empty()) {
+        use_null_packets(run.stream, options.packet_rate);
+        return true;
+    }
+    run.encoder_descriptor = open(options.encoder_path.c_str(), O_RDONLY);
+    if (run.encoder_descriptor < 0)
+        return complain_about("cannot read", options.encoder_path);
+    const off_t size = lseek(run.encoder_descriptor, 0, SEEK_END);
+    run.encoder_size = static_cast<std::size_t>(std::max<off_t>(size, 0));
+    void* const bytes = mmap(nullptr, run.encoder_size, PROT_READ, MAP_SHARED, run.encoder_descriptor, 0);
+    if (bytes == MAP_FAILED)
+        return complain_about("cannot read", options.encoder_path);
+    const std::string fault = use_encoder(
+        run.stream, {static_cast<const std::uint8_t*>(bytes), run.encoder_size}, options.packet_rate);
+    munmap(bytes, run.encoder_size);
+    return fault.empty() || complain("cannot use " + options.encoder_path + ": " + fault);
+}
+
+std::int64_t duration_ns(const emulation& run, const launch_options& options)
+{
+    if (options.duration_s != 0)
+        return options.duration_s * second_ns;
+    if (run.encoder_size != 0)
+        return encoder_end_us(run.stream) * 1000;
+    return default_duration_s * second_ns;
+}
+
+bool prepare(emulation& run, const launch_options& options)
+{
+    run.real_time = options.real_time;
+    run.start_s = options.start_s >= 0 ? options.start_s : std::time(nullptr);
+    run.bus_clock_hz = options.bus_clock_hz;
+    run.device.stuck_slot = options.stuck_slot;
+    run.device.unacknowledged_slot = options.unacknowledged_slot;
+    for (const refused_request& refusal : options.refusals)
+        run.faults.refusals[run.faults.refusal_count++] = refusal;
+
+    if (options.resources.size() >= run.resources.size())
+        return complain("the name of the resources folder is too long");
+    std::copy(options.resources.begin(), options.resources.end(), run.resources.begin());
+    if (!options.resources.empty() && !std::filesystem::is_directory(options.resources))
+        return complain("there is no folder " + options.resources);
+    if (!provide_version_file(run, options.generation) || !open_encoder(run, options)
+        || !open_output(run.record, options.record_path)
+        || !open_output(run.stream.output, options.stream_path))
+        return false;
+    run.duration_ns = duration_ns(run, options);
+    return true;
+}
+
+std::filesystem::path own_folder()
+{
+    std::error_code ignored;
+    return std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path();
+}
+
+/// The library is beside this program where it was built, and in ../lib where it was installed.
+std::filesystem::path library_path()
+{
+    const auto beside = own_folder() / library_name;
+    return std::filesystem::exists(beside) ? beside : own_folder().parent_path() / "lib" / library_name;
+}
+
+void add_to_variable(const char* name, const std::string& value, char separator)
+{
+    const char* const present = std::getenv(name);
+    setenv(name, (present == nullptr ? value : value + separator + present).c_str(), 1);
+}
+
+[[noreturn]] void become_daemon(const launch_options& options, int memory_descriptor)
+{
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    add_to_variable("LD_PRELOAD", library_path().string(), ':');
+    // The address sanitizer wants to be the first library; beneath it, this one works as well.
+    add_to_variable("ASAN_OPTIONS", "verify_asan_link_order=0", ':');
+    setenv(emulation::memory_variable, std::to_string(memory_descriptor).c_str(), 1);
+
+    auto command = options.command;
+    const auto beside = own_folder() / command.front();
+    const bool bare_name = std::strchr(command.front(), '/') == nullptr;
+    const std::string program =
+        bare_name && std::filesystem::exists(beside) ? beside.string() : command.front();
+    command.push_back(nullptr);
+    execvp(program.c_str(), command.data());
+    complain_about("cannot run", program);
+    _exit(status_no_run);
+}
+
+void show_progress(const emulation& run)
+{
+    std::fprintf(stderr, "\r%lld of %lld s (%lld %%) ", static_cast<long long>(run.now_ns / second_ns),
+        static_cast<long long>(run.duration_ns / second_ns),
+        static_cast<long long>(run.now_ns / (run.duration_ns / 100 + 1)));
+}
+
+/// Waits for the daemon's end, and shows meanwhile how far a long run has come.
+daemon_end wait_for_daemon(pid_t daemon, const emulation& run, const sigset_t& child_signal)
+{
+    const bool terminal = isatty(STDERR_FILENO) != 0;
+    constexpr timespec interval{.tv_sec = 0, .tv_nsec = 500'000'000};
+    daemon_end end;
+    bool shown = false;
+    while (waitpid(daemon, &end.status, WNOHANG) == 0)
+        if (sigtimedwait(&child_signal, nullptr, &interval) < 0 && errno == EAGAIN && terminal) {
+            show_progress(run);
+            shown = true;
+        }
+    if (shown)
+        std::fputs("\r                                        \r", stderr);
+    return end;
+}
+
+daemon_end run_daemon(const launch_options& options, const emulation& run, int memory_descriptor)
+{
+    sigset_t child_signal;
+    sigset_t former;
+    sigemptyset(&child_signal);
+    sigaddset(&child_signal, SIGCHLD);
+    sigprocmask(SIG_BLOCK, &child_signal, &former);
+    const pid_t daemon = fork();
+    if (daemon == 0) {
+        sigprocmask(SIG_SETMASK, &former, nullptr);
+        become_daemon(options, memory_descriptor);
+    }
+    std::signal(SIGINT, SIG_IGN); // an interrupted run still has its summary
+    return wait_for_daemon(daemon, run, child_signal);
+}
+
+bool write_summary(const std::string& text, const std::string& path)
+{
+    if (path.empty())
+        return std::fputs(text.c_str(), stdout) >= 0;
+    std::FILE* const file = std::fopen(path.c_str(), "w");
+    if (file == nullptr)
+        return complain_about("cannot write", path);
+    const bool written = std::fputs(text.c_str(), file) >= 0;
+    return std::fclose(file) == 0 && (written || complain_about("cannot write", path));
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const launch_options options = parse_command_line(argc, argv);
+    if (options.help)
+        return std::fputs(help_text().c_str(), stdout) >= 0 ? 0 : status_no_run;
+    if (!options.error.empty()) {
+        complain(options.error + " (--help lists the options)");
+        return status_no_run;
+    }
+
+    const int memory_descriptor = shared_memory("epld-emulator", sizeof(emulation));
+    void* const memory = memory_descriptor < 0
+        ? MAP_FAILED
+        : mmap(nullptr, sizeof(emulation), PROT_READ | PROT_WRITE, MAP_SHARED, memory_descriptor, 0);
+    if (memory == MAP_FAILED) {
+        complain_about("cannot get", "memory for the device");
+        return status_no_run;
+    }
+    auto& run = *new (memory) emulation;
+    if (!prepare(run, options))
+        return status_no_run;
+
+    const daemon_end end = run_daemon(options, run, memory_descriptor);
+    flush(run.record);
+    flush(run.stream.output);
+    if (run.daemon == 0) {
+        complain("the daemon did not run with the device beneath it (is it linked statically?)");
+        return status_no_run;
+    }
+    if (!write_summary(summary(run, end), options.summary_path))
+        return status_no_run;
+    return is_sound(run, end) ? 0 : status_unsound;
+}

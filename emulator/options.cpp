@@ -1,0 +1,188 @@
+#include "options.h"
+
+#include <algorithm>
+#include <charconv>
+#include <ctime>
+#include <getopt.h>
+#include <optional>
+#include <span>
+
+namespace {
+
+constexpr std::int64_t packet_rate_max = 1'000'000;
+constexpr std::int64_t bus_clock_max = 1'000'000'000;
+constexpr std::int64_t duration_max_s = 366LL * 24 * 3600;
+
+std::optional<std::int64_t> parse_number(std::string_view text, std::int64_t least, std::int64_t most)
+{
+    std::int64_t value = 0;
+    const char* const last = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data(), last, value);
+    if (error != std::errc() || end != last || value < least || value > most)
+        return {};
+    return value;
+}
+
+/// "90", "90s", "15m" or "10h".
+std::optional<std::int64_t> parse_duration(std::string_view text)
+{
+    std::int64_t unit_s = 1;
+    if (text.ends_with('h'))
+        unit_s = 3600;
+    else if (text.ends_with('m'))
+        unit_s = 60;
+    if (text.ends_with('s') || unit_s != 1)
+        text.remove_suffix(1);
+    const auto count = parse_number(text, 1, duration_max_s / unit_s);
+    return count.has_value() ? std::optional(*count * unit_s) : std::nullopt;
+}
+
+/// "2026-11-18 14:05:09", in UTC.
+std::optional<std::int64_t> parse_start(const char* text)
+{
+    std::tm utc{};
+    const char* const end = strptime(text, "%Y-%m-%d %H:%M:%S", &utc);
+    const std::time_t seconds = end != nullptr && *end == '\0' ? timegm(&utc) : -1;
+    return seconds >= 0 ? std::optional<std::int64_t>(seconds) : std::nullopt;
+}
+
+template <typename value> bool store(value& place, const std::optional<std::int64_t>& parsed)
+{
+    if (parsed.has_value())
+        place = static_cast<value>(*parsed);
+    return parsed.has_value();
+}
+
+bool store_text(std::string& place, const char* text)
+{
+    place = text;
+    return !place.empty();
+}
+
+struct option_rule {
+    const char* name;
+    const char* argument;
+    const char* meaning;
+    bool (*read)(launch_options& options, const char* text);
+};
+
+constexpr option_rule rules[] = {
+    {"generation", "TEXT",
+        "what the version file says: 1 or 2 for the old generation of the device, 3 and\n"
+        "more for the new one; \"none\": there is no such file (3)",
+        [](launch_options& options, const char* text) {
+            options.generation = text;
+            return true;
+        }},
+    {"resources", "FOLDER", "stands in for the resources directory of the board (the real one)",
+        [](launch_options& options, const char* text) { return store_text(options.resources, text); }},
+    {"start", "TIME", "the clock at the beginning, \"YYYY-MM-DD hh:mm:ss\" in UTC (now)",
+        [](launch_options& options, const char* text) { return store(options.start_s, parse_start(text)); }},
+    {"duration", "TIME", "how long to run, as 90, 90s, 15m or 10h (the encoder stream's length, or 60s)",
+        [](launch_options& options, const char* text) {
+            return store(options.duration_s, parse_duration(text));
+        }},
+    {"clock", "KIND", "virtual: time passes only in sleeps and on the bus; real: as it does (virtual)",
+        [](launch_options& options, const char* text) {
+            options.real_time = std::string_view(text) == "real";
+            return options.real_time || std::string_view(text) == "virtual";
+        }},
+    {"packet-rate", "N", "packets per second that the device can send (1000)",
+        [](launch_options& options, const char* text) {
+            return store(options.packet_rate, parse_number(text, 1, packet_rate_max));
+        }},
+    {"bus-clock", "HZ", "clock of the I2C bus; 0: transfers take no time (100000)",
+        [](launch_options& options, const char* text) {
+            return store(options.bus_clock_hz, parse_number(text, 0, bus_clock_max));
+        }},
+    {"stream", "FILE", "write the transport stream that leaves the board",
+        [](launch_options& options, const char* text) { return store_text(options.stream_path, text); }},
+    {"encoder", "FILE", "a transport stream of constant rate whose null packets the device replaces",
+        [](launch_options& options, const char* text) { return store_text(options.encoder_path, text); }},
+    {"record", "FILE", "write every request of the bus, one line each, with its time",
+        [](launch_options& options, const char* text) { return store_text(options.record_path, text); }},
+    {"summary", "FILE", "write the summary there (standard output)",
+        [](launch_options& options, const char* text) { return store_text(options.summary_path, text); }},
+    {"fail", "KIND:N",
+        "refuse the N-th request of that kind, with N+ all from the N-th on; kinds: open, bind,\n"
+        "read-byte, write-byte, write-word, read-block, write-block, any (may be repeated)",
+        [](launch_options& options, const char* text) {
+            const auto refusal = parse_refusal(text);
+            if (refusal.has_value())
+                options.refusals.push_back(*refusal);
+            return refusal.has_value() && options.refusals.size() <= fault_plan::refusals_max;
+        }},
+    {"stuck-slot", "K", "stream slot K, 0 or 1, never becomes free again once it is loaded",
+        [](launch_options& options, const char* text) {
+            return store(options.stuck_slot, parse_number(text, 0, 1));
+        }},
+    {"no-acknowledge", "K", "stream slot K, 0 or 1, is never acknowledged (nor sent)",
+        [](launch_options& options, const char* text) {
+            return store(options.unacknowledged_slot, parse_number(text, 0, 1));
+        }},
+};
+constexpr int help_value = std::size(rules);
+
+std::vector<option> long_options()
+{
+    std::vector<option> all;
+    for (int value = 0; const option_rule& rule : rules)
+        all.push_back({rule.name, required_argument, nullptr, value++});
+    all.push_back({"help", no_argument, nullptr, help_value});
+    all.push_back({});
+    return all;
+}
+
+} // namespace
+
+launch_options parse_command_line(int argc, char** argv)
+{
+    launch_options options;
+    const std::vector<option> known = long_options();
+    opterr = 0;
+    optind = 1;
+    for (int value = 0; (value = getopt_long(argc, argv, "+h", known.data(), nullptr)) != -1;) {
+        if (value == 'h' || value == help_value) {
+            options.help = true;
+            return options;
+        }
+        if (value < 0 || value >= help_value) {
+            options.error = std::string("unknown option, or one without its value: ") + argv[optind - 1];
+            return options;
+        }
+        const option_rule& rule = rules[value];
+        if (!rule.read(options, optarg)) {
+            options.error = std::string("--") + rule.name + " cannot be \"" + optarg + "\"";
+            return options;
+        }
+    }
+    options.command.assign(argv + optind, argv + argc);
+    if (options.command.empty())
+        options.error = "which daemon? Put it at the end: epld-emulator [options] -- tsinsertd";
+    return options;
+}
+
+std::string help_text()
+{
+    std::string text =
+        "Usage: epld-emulator [options] -- tsinsertd\n\n"
+        "Runs the daemon on an emulated logic device. The daemon's settings are environment\n"
+        "variables, as on the board. Values in brackets hold where an option is not given.\n\n";
+    constexpr std::size_t column = 24;
+    for (const option_rule& rule : rules) {
+        std::string head = std::string("  --") + rule.name + " " + rule.argument;
+        head.resize(std::max(head.size() + 1, column), ' ');
+        text += head;
+        for (const char character : std::string_view(rule.meaning)) {
+            text += character;
+            if (character == '\n')
+                text.append(column, ' ');
+        }
+        text += '\n';
+    }
+    return text
+        + "  --help                this text\n\n"
+          "Exit status: 0 when the run was sound, 1 when it was not (the summary says why), 2 when there\n"
+          "was no run. A run is sound when the daemon was still at work at its end, or had ended with\n"
+          "status 0, did nothing wrong towards the device, and no continuity counter was broken.\n";
+}

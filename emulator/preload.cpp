@@ -1,0 +1,318 @@
+// Preloaded beneath the daemon: answers in the C library's stead for the I2C bus, the files that the
+// board provides, the clock and the sleeps. Everything else goes on to the system. It allocates
+// nothing and prints nothing, so that the daemon's own memory and output stay as they are.
+
+#include "emulation.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <linux/i2c-dev.h>
+#include <linux/i2c.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr const char* bus_path = "/dev/i2c-0";
+constexpr const char* version_path = "/sys/class/orlex/epld2/version";
+constexpr std::string_view resources_path = "/usr/playout/.medias/resources/";
+constexpr unsigned long device_address = 5;
+constexpr std::int64_t second_ns = 1'000'000'000;
+constexpr std::int64_t microsecond_ns = 1'000;
+
+emulation* run = nullptr;
+std::span<const std::uint8_t> encoder;
+int bus_descriptor = -1;
+std::int64_t real_begin_ns = 0;
+
+std::int64_t real_clock_ns()
+{
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return now.tv_sec * second_ns + now.tv_nsec;
+}
+
+[[gnu::constructor]] void attach_to_run()
+{
+    const char* const text = std::getenv(emulation::memory_variable);
+    if (text == nullptr)
+        return;
+    void* const memory =
+        mmap(nullptr, sizeof(emulation), PROT_READ | PROT_WRITE, MAP_SHARED, std::atoi(text), 0);
+    if (memory == MAP_FAILED)
+        return;
+    auto* const shared = static_cast<emulation*>(memory);
+    if (shared->daemon != 0) // a child of the daemon is none of ours
+        return;
+    shared->daemon = getpid();
+    if (shared->encoder_size != 0) {
+        const void* const bytes =
+            mmap(nullptr, shared->encoder_size, PROT_READ, MAP_SHARED, shared->encoder_descriptor, 0);
+        if (bytes == MAP_FAILED)
+            return;
+        encoder = {static_cast<const std::uint8_t*>(bytes), shared->encoder_size};
+    }
+    real_begin_ns = real_clock_ns();
+    run = shared;
+}
+
+[[noreturn]] void end_run()
+{
+    run->run_over = true;
+    flush(run->record);
+    flush(run->stream.output);
+    std::exit(0); // so that what a sanitizer has to say at the end is said
+}
+
+/// Lets time pass, in the device too. The run ends when its time is up.
+void pass_time(std::int64_t elapsed_ns)
+{
+    std::int64_t until_ns = std::min(run->now_ns + elapsed_ns, run->duration_ns);
+    if (run->real_time) {
+        const std::int64_t target_ns = real_begin_ns + until_ns;
+        const timespec target{.tv_sec = target_ns / second_ns, .tv_nsec = target_ns % second_ns};
+        clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &target, nullptr);
+        until_ns = std::clamp(real_clock_ns() - real_begin_ns, until_ns, run->duration_ns);
+    }
+    if (run->run_over)
+        return;
+    advance(*run, encoder, until_ns);
+    if (until_ns >= run->duration_ns)
+        end_run();
+}
+
+int refuse(int error)
+{
+    errno = error;
+    return -1;
+}
+
+int open_bus()
+{
+    if (!request_access(*run, request_kind::open))
+        return refuse(ENOENT);
+    bus_descriptor = static_cast<int>(syscall(SYS_openat, AT_FDCWD, "/dev/null", O_RDWR | O_CLOEXEC));
+    run->device_open = bus_descriptor >= 0;
+    return bus_descriptor;
+}
+
+int bind_bus(unsigned long address)
+{
+    if (!request_access(*run, request_kind::bind))
+        return refuse(EBUSY);
+    run->device_bound = address == device_address;
+    return 0;
+}
+
+struct smbus_request {
+    bool known = false;
+    bus_transfer transfer{};
+};
+
+/// What an SMBus request means to the device.
+smbus_request decode(i2c_smbus_ioctl_data& request)
+{
+    const bool read = request.read_write == I2C_SMBUS_READ;
+    smbus_request decoded{.known = true, .transfer = {.register_number = request.command}};
+    if (request.size == I2C_SMBUS_BYTE_DATA) {
+        decoded.transfer.kind = read ? request_kind::read_byte : request_kind::write_byte;
+        decoded.transfer.bytes = {&request.data->byte, 1};
+    } else if (request.size == I2C_SMBUS_WORD_DATA && !read) {
+        decoded.transfer.kind = request_kind::write_word;
+        decoded.transfer.bytes = {reinterpret_cast<std::uint8_t*>(&request.data->word), 2};
+    } else if (request.size == I2C_SMBUS_I2C_BLOCK_DATA && request.data->block[0] <= I2C_SMBUS_BLOCK_MAX) {
+        decoded.transfer.kind = read ? request_kind::read_block : request_kind::write_block;
+        decoded.transfer.bytes = {&request.data->block[1], request.data->block[0]};
+    } else {
+        decoded.known = false;
+    }
+    return decoded;
+}
+
+int transfer_on_bus(i2c_smbus_ioctl_data& request)
+{
+    const auto [known, transfer] = decode(request);
+    if (!known) {
+        refuse_unknown_transfer(*run, request.command);
+        return refuse(EINVAL);
+    }
+    const std::int64_t began_ns = run->now_ns;
+    const std::int64_t bus_ns = bus_time_ns(*run, transfer.kind, transfer.bytes.size());
+    run->bus_ns += bus_ns;
+    pass_time(std::max(bus_ns, microsecond_ns));
+    if (!run->device_bound) {
+        report_violation(run->device, violation_kind::not_bound, transfer.register_number);
+        return refuse(ENXIO);
+    }
+    return request_transfer(*run, transfer, began_ns) ? 0 : refuse(EIO);
+}
+
+struct redirected_path {
+    std::array<char, 8192> text{};
+};
+
+/// A path as the board's file system would answer it; null when the board has no such file.
+const char* redirect(const char* path, redirected_path& buffer)
+{
+    if (run == nullptr)
+        return path;
+    if (std::strcmp(path, version_path) == 0) {
+        if (run->version_descriptor < 0)
+            return nullptr;
+        std::snprintf(buffer.text.data(), buffer.text.size(), "/proc/self/fd/%d", run->version_descriptor);
+        return buffer.text.data();
+    }
+    const std::string_view wanted(path);
+    if (run->resources[0] == '\0' || !wanted.starts_with(resources_path))
+        return path;
+    std::snprintf(
+        buffer.text.data(), buffer.text.size(), "%s/%s", run->resources.data(), path + resources_path.size());
+    return buffer.text.data();
+}
+
+int open_path(const char* path, int flags, mode_t mode)
+{
+    if (run != nullptr && std::strcmp(path, bus_path) == 0)
+        return open_bus();
+    redirected_path buffer;
+    const char* const real = redirect(path, buffer);
+    return real == nullptr ? refuse(ENOENT)
+                           : static_cast<int>(syscall(SYS_openat, AT_FDCWD, real, flags, mode));
+}
+
+std::FILE* open_stream(const char* symbol, const char* path, const char* mode)
+{
+    using fopen_function = std::FILE* (*)(const char*, const char*);
+    const auto real_fopen = reinterpret_cast<fopen_function>(dlsym(RTLD_NEXT, symbol));
+    redirected_path buffer;
+    const char* const real = redirect(path, buffer);
+    if (real == nullptr)
+        errno = ENOENT;
+    return real == nullptr ? nullptr : real_fopen(real, mode);
+}
+
+mode_t creation_mode(int flags, std::va_list arguments)
+{
+    return (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
+}
+
+} // namespace
+
+// The C library's functions. Their names and types are its own.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name, cert-dcl50-cpp)
+extern "C" {
+
+int open(const char* path, int flags, ...)
+{
+    std::va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = creation_mode(flags, arguments);
+    va_end(arguments);
+    return open_path(path, flags, mode);
+}
+
+int open64(const char* path, int flags, ...)
+{
+    std::va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = creation_mode(flags, arguments);
+    va_end(arguments);
+    return open_path(path, flags, mode);
+}
+
+/// What `open` with constant flags becomes in a fortified build.
+int __open_2(const char* path, int flags)
+{
+    return open_path(path, flags, 0);
+}
+
+std::FILE* fopen(const char* path, const char* mode)
+{
+    return open_stream("fopen", path, mode);
+}
+
+std::FILE* fopen64(const char* path, const char* mode)
+{
+    return open_stream("fopen64", path, mode);
+}
+
+int access(const char* path, int mode) noexcept
+{
+    redirected_path buffer;
+    const char* const real = redirect(path, buffer);
+    return real == nullptr ? refuse(ENOENT) : static_cast<int>(syscall(SYS_faccessat, AT_FDCWD, real, mode));
+}
+
+int close(int descriptor)
+{
+    if (run != nullptr && descriptor == bus_descriptor && descriptor >= 0) {
+        (void)request_access(*run, request_kind::close);
+        run->device_open = false;
+        run->device_bound = false;
+        bus_descriptor = -1;
+    }
+    return static_cast<int>(syscall(SYS_close, descriptor));
+}
+
+int ioctl(int descriptor, unsigned long request, ...) noexcept
+{
+    std::va_list arguments;
+    va_start(arguments, request);
+    auto* const argument = va_arg(arguments, void*);
+    va_end(arguments);
+    if (run == nullptr || descriptor != bus_descriptor || descriptor < 0)
+        return static_cast<int>(syscall(SYS_ioctl, descriptor, request, argument));
+    if (request == I2C_SLAVE)
+        return bind_bus(reinterpret_cast<unsigned long>(argument));
+    if (request == I2C_SMBUS)
+        return transfer_on_bus(*static_cast<i2c_smbus_ioctl_data*>(argument));
+    return refuse(ENOTTY);
+}
+
+std::time_t time(std::time_t* result) noexcept
+{
+    std::time_t now = 0;
+    if (run == nullptr) {
+        timespec real{};
+        clock_gettime(CLOCK_REALTIME, &real);
+        now = real.tv_sec;
+    } else {
+        pass_time(microsecond_ns);
+        now = run->start_s + run->now_ns / second_ns;
+    }
+    if (result != nullptr)
+        *result = now;
+    return now;
+}
+
+unsigned sleep(unsigned seconds)
+{
+    if (run != nullptr) {
+        pass_time(seconds * second_ns);
+        return 0;
+    }
+    const timespec pause{.tv_sec = seconds, .tv_nsec = 0};
+    timespec left{};
+    return nanosleep(&pause, &left) == 0 ? 0 : static_cast<unsigned>(left.tv_sec);
+}
+
+int usleep(useconds_t pause_us)
+{
+    if (run != nullptr) {
+        pass_time(pause_us * microsecond_ns);
+        return 0;
+    }
+    const timespec pause{.tv_sec = pause_us / 1'000'000, .tv_nsec = pause_us % 1'000'000 * microsecond_ns};
+    return nanosleep(&pause, nullptr);
+}
+
+} // extern "C"
+// NOLINTEND(readability-inconsistent-declaration-parameter-name, cert-dcl50-cpp)

@@ -1,0 +1,55 @@
+#include "stream_statistics.h"
+
+#include <gmock/gmock.h>
+#include <memory>
+
+namespace {
+
+ts_packet packet(std::uint16_t pid, unsigned counter, std::array<std::uint8_t, 4> payload)
+{
+    ts_packet bytes{};
+    bytes[0] = 0x47;
+    bytes[1] = static_cast<std::uint8_t>(0x40 | pid >> 8);
+    bytes[2] = static_cast<std::uint8_t>(pid);
+    bytes[3] = static_cast<std::uint8_t>(0x10 | counter);
+    std::copy(payload.begin(), payload.end(), bytes.begin() + 4);
+    return bytes;
+}
+
+constexpr std::array<std::uint8_t, 4> tdt{0, 0x70, 0x70, 0x05};
+constexpr std::array<std::uint8_t, 4> tot{0, 0x73, 0x70, 0x1A};
+constexpr std::array<std::uint8_t, 4> pes{0, 0, 1, 0xBD};
+
+} // namespace
+
+TEST(StreamStatistics, CountsBrokenCounters)
+{
+    const auto statistics = std::make_unique<stream_statistics>();
+    for (const unsigned counter : {14U, 15U, 0U, 1U, 1U, 3U})
+        count_packet(*statistics, packet(4368, counter, pes), 0);
+    ts_packet clock_only = packet(4368, 9, pes);
+    clock_only[3] = 0x29; // adaptation field, no payload: the counter stands still
+    count_packet(*statistics, clock_only, 0);
+    count_packet(*statistics, packet(4368, 4, pes), 0);
+    EXPECT_EQ(statistics->by_pid[4368].packets, 8U);
+    EXPECT_EQ(statistics->by_pid[4368].counter_errors, 2U);
+    EXPECT_EQ(counter_errors(*statistics), 2U);
+    EXPECT_EQ(statistics->table_count, 0U);
+}
+
+TEST(StreamStatistics, MeasuresTheRepetitionOfEachTable)
+{
+    const auto statistics = std::make_unique<stream_statistics>();
+    unsigned counter = 0;
+    for (const std::int64_t time_us : {0, 20'000'000, 41'000'000, 60'000'000}) {
+        count_packet(*statistics, packet(20, counter, tdt), time_us);
+        count_packet(*statistics, packet(20, counter + 1U, tot), time_us + 5);
+        counter += 2;
+    }
+    ASSERT_EQ(statistics->table_count, 2U);
+    EXPECT_EQ(statistics->tables[0].table_id, 0x70);
+    EXPECT_EQ(statistics->tables[0].sections, 4U);
+    EXPECT_EQ(statistics->tables[0].longest_gap_us, 21'000'000);
+    EXPECT_EQ(statistics->tables[1].table_id, 0x73);
+    EXPECT_EQ(counter_errors(*statistics), 0U);
+}
