@@ -1,0 +1,52 @@
+# What the scripts share. Sourced, not run.
+
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+say() {
+    printf '== %s\n' "$*"
+}
+
+fail() {
+    printf '%s: %s\n' "$(basename "$0")" "$*" >&2
+    exit 1
+}
+
+# Debian packages, installed when they are missing.
+need_packages() {
+    command -v dpkg-query >/dev/null || fail "this script installs Debian packages; on another system install these by hand: $*"
+    local missing=() package
+    for package in "$@"; do
+        dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")
+    done
+    [ ${#missing[@]} -eq 0 ] && return
+    say "installing ${missing[*]}"
+    local as_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null || fail "needs root to install: ${missing[*]}"
+        as_root=(sudo)
+    fi
+    local log
+    log=$(mktemp)
+    if ! { "${as_root[@]}" apt-get update && "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
+        tail -n 20 "$log" >&2
+        fail "could not install ${missing[*]} (the end of apt-get's output is above)"
+    fi
+    rm -f "$log"
+}
+
+# What every build needs.
+build_packages=(g++ cmake ninja-build pkg-config libexpat1-dev libcairo2-dev)
+
+# Configures and builds a preset; the output is shown only when something is wrong.
+build() {
+    local preset=$1 log
+    say "building the $preset preset"
+    mkdir -p build
+    log=build/$preset.log
+    if ! { cmake --preset "$preset" && cmake --build --preset "$preset"; } >"$log" 2>&1; then
+        grep -E -A 12 'error|FAILED|CMake Error' "$log" | head -n 60 >&2 || tail -n 40 "$log" >&2
+        fail "the $preset preset does not build (all of it: $log)"
+    fi
+}

@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# Builds everything with the address and undefined-behaviour sanitizers and runs all tests.
+# Installs what is missing (Debian packages). Usage: scripts/test.sh [arguments of ctest]
+. "$(dirname "$0")/common.sh"
+
+need_packages "${build_packages[@]}" libgtest-dev libgmock-dev ffmpeg tshark procps
+build dev
+say "running all tests"
+ctest --preset dev -j "$(nproc)" "$@" || fail "a test failed: its output is above"
+say "all tests passed"
