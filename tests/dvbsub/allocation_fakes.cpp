@@ -1,0 +1,56 @@
+#include "allocation_fakes.h"
+
+namespace {
+
+watched_allocation* watch = nullptr;
+
+bool this_one_fails(std::size_t size_bytes)
+{
+    if (watch == nullptr)
+        return false;
+    watch->last_size_bytes = size_bytes;
+    return watch->requests_left-- == 0;
+}
+
+} // namespace
+
+watched_allocation::watched_allocation(std::int32_t n)
+    : requests_left(n)
+{
+    watch = this;
+}
+
+watched_allocation::~watched_allocation()
+{
+    watch = nullptr;
+}
+
+// The linker demands these names.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+extern "C" {
+void* __real_malloc(std::size_t size_bytes);
+void* __real_calloc(std::size_t count, std::size_t size_bytes);
+void* __real_realloc(void* memory, std::size_t size_bytes);
+void* __real_memalign(std::size_t alignment, std::size_t size_bytes);
+
+void* __wrap_malloc(std::size_t size_bytes)
+{
+    return this_one_fails(size_bytes) ? nullptr : __real_malloc(size_bytes);
+}
+
+void* __wrap_calloc(std::size_t count, std::size_t size_bytes)
+{
+    return this_one_fails(count * size_bytes) ? nullptr : __real_calloc(count, size_bytes);
+}
+
+void* __wrap_realloc(void* memory, std::size_t size_bytes)
+{
+    return this_one_fails(size_bytes) ? nullptr : __real_realloc(memory, size_bytes);
+}
+
+void* __wrap_memalign(std::size_t alignment, std::size_t size_bytes)
+{
+    return this_one_fails(size_bytes) ? nullptr : __real_memalign(alignment, size_bytes);
+}
+}
+// NOLINTEND(bugprone-reserved-identifier)
