@@ -1,0 +1,161 @@
+#include "banner.h"
+
+#include "canvas.h"
+#include "png_image.h"
+#include "resources.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdio>
+#include <optional>
+#include <utility>
+
+namespace {
+
+constexpr rgba black{.red = 0, .green = 0, .blue = 0, .alpha = 1};
+constexpr const char* label_font = "Arial";
+constexpr double label_font_size = 40; ///< in pixels of the icon file
+constexpr std::uint32_t icon_slots = 8;
+constexpr std::size_t icon_path_size_bytes = 256;
+constexpr std::string_view icon_suffix = ".png";
+
+/// A part of an icon's width or height.
+struct fraction {
+    std::uint32_t numerator = 0;
+    std::uint32_t denominator = 1;
+};
+
+constexpr std::uint32_t operator*(const fraction& part, std::uint32_t whole)
+{
+    return part.numerator * whole / part.denominator;
+}
+
+/// The text of a feature, written over its icon. The origin is the start of the baseline.
+struct label_layout {
+    const char* prefix = ""; ///< before the text
+    fraction x;
+    fraction y;
+};
+
+/// Shown when its text is not null or its flag is set.
+struct feature {
+    char* item::*text = nullptr;
+    std::uint8_t item::*flag = nullptr;
+    const char* icon = nullptr; ///< file name without suffix; null: the text is the name
+    std::optional<label_layout> label = {};
+};
+
+/// From the top of the banner down.
+constexpr feature features[] = {
+    {.text = &item::type},
+    {.text = &item::size, .icon = "size", .label = label_layout{.x = {1, 3}, .y = {3, 5}}},
+    {.text = &item::hd},
+    {.flag = &item::tuner_hd, .icon = "tunerhd"},
+    {.text = &item::hdmi, .icon = "hdmi", .label = label_layout{.prefix = "X ", .x = {2, 5}, .y = {2, 3}}},
+    {.text = &item::usb, .icon = "usb", .label = label_layout{.prefix = "X ", .x = {2, 5}, .y = {4, 5}}},
+    {.flag = &item::threeD_ready, .icon = "3dready"},
+};
+
+const char* text_of(const item& article, const feature& shown)
+{
+    return shown.text == nullptr ? nullptr : article.*shown.text;
+}
+
+bool has(const item& article, const feature& wanted)
+{
+    return wanted.flag == nullptr ? text_of(article, wanted) != nullptr : article.*wanted.flag != 0;
+}
+
+void report_missing(std::string_view directory, const char* name, cairo_status_t status)
+{
+    std::fprintf(stderr, "Error: Cannot find image %.*s%s%s: %s\n", static_cast<int>(directory.size()),
+        directory.data(), name, icon_suffix.data(), cairo_status_to_string(status));
+}
+
+using icon_path_text = std::array<char, icon_path_size_bytes>;
+
+/// The zero-terminated path of an icon file; nothing when it does not fit.
+std::optional<icon_path_text> icon_path(std::string_view directory, std::string_view name)
+{
+    if (directory.size() + name.size() + icon_suffix.size() >= icon_path_size_bytes)
+        return std::nullopt;
+    icon_path_text path{};
+    auto* end = std::ranges::copy(directory, path.begin()).out;
+    end = std::ranges::copy(name, end).out;
+    std::ranges::copy(icon_suffix, end);
+    return path;
+}
+
+/// The column of icons while it grows.
+struct icon_column {
+    cairo_t* context = nullptr;
+    const region_format& format;
+    std::string_view directory;
+    double cursor = 0; ///< rows of the icon files drawn so far
+};
+
+void write_label(
+    const icon_column& column, const label_layout& label, const char* text, const png_image& icon)
+{
+    set_colour(column.context, black);
+    cairo_move_to(column.context, label.x * icon.width, column.cursor + label.y * icon.height);
+    cairo_show_text(column.context, label.prefix);
+    cairo_show_text(column.context, text);
+}
+
+[[nodiscard]] bool draw_icon(
+    icon_column& column, const feature& shown, const char* text, const png_image& icon)
+{
+    cairo_save(column.context);
+    if (!paint_scaled(column.context, icon, column.format, {.slots = icon_slots, .y = column.cursor}))
+        return false;
+    if (shown.label)
+        write_label(column, *shown.label, text, icon);
+    column.cursor += icon.height;
+    cairo_restore(column.context);
+    return true;
+}
+
+/// Whether the column can go on: a missing icon does not end it.
+[[nodiscard]] bool draw_feature(icon_column& column, const feature& shown, const char* text)
+{
+    const char* name = shown.icon == nullptr ? text : shown.icon;
+    const auto path = icon_path(column.directory, name);
+    const png_image icon = path ? load_png(path->data()) : png_image{.status = CAIRO_STATUS_FILE_NOT_FOUND};
+    if (icon.status == CAIRO_STATUS_SUCCESS)
+        return draw_icon(column, shown, text, icon);
+    report_missing(column.directory, name, icon.status);
+    return true;
+}
+
+[[nodiscard]] bool draw_features(icon_column& column, const item& article)
+{
+    return std::ranges::all_of(features, [&](const feature& candidate) {
+        return !has(article, candidate) || draw_feature(column, candidate, text_of(article, candidate));
+    });
+}
+
+} // namespace
+
+std::int32_t BuildFeaturesBanner(const region_format* format, const item* article, subpicture* display_set)
+{
+    return build_banner_with_icons(format, article, display_set, resources_directory);
+}
+
+std::int32_t build_banner_with_icons(const region_format* format, const item* article,
+    subpicture* display_set, std::string_view icon_directory)
+{
+    if (format == nullptr || article == nullptr || display_set == nullptr || format->width == 0)
+        return drawing_failed;
+    if (!is_on_display(*format, *display_set))
+        return drawing_failed;
+
+    canvas drawn = new_canvas(*format);
+    fill(drawn.context.get(), *format, black);
+    select_font(drawn.context.get(), label_font, label_font_size);
+    icon_column column{.context = drawn.context.get(), .format = *format, .directory = icon_directory};
+    if (!draw_features(column, *article))
+        return drawing_failed;
+    return AddSurfaceRegion(std::move(drawn.surface), std::move(drawn.context), *format, *display_set);
+}

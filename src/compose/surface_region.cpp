@@ -1,0 +1,80 @@
+#include "surface_region.h"
+
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+std::uint32_t pixel_at(const unsigned char* row, std::uint32_t column)
+{
+    std::uint32_t argb = 0;
+    std::memcpy(&argb, row + sizeof argb * column, sizeof argb);
+    return argb;
+}
+
+void convert(cairo_surface_t* surface, picture& target)
+{
+    const unsigned char* row = cairo_image_surface_get_data(surface);
+    const int stride_bytes = cairo_image_surface_get_stride(surface);
+    std::size_t at = 0;
+    for (std::uint32_t line = 0; line < target.format.height; ++line, row += stride_bytes) {
+        for (std::uint32_t column = 0; column < target.format.width; ++column, ++at) {
+            const yuva pixel = yuva_of(pixel_at(row, column));
+            target.planes[0].pixels[at] = pixel.y;
+            target.planes[1].pixels[at] = pixel.u;
+            target.planes[2].pixels[at] = pixel.v;
+            target.planes[3].pixels[at] = pixel.a;
+        }
+    }
+}
+
+void append(subpicture& display_set, subpicture_region* region)
+{
+    subpicture_region** link = &display_set.regions;
+    while (*link != nullptr)
+        link = &(*link)->next;
+    *link = region;
+}
+
+} // namespace
+
+bool is_on_display(const region_format& format, const subpicture& display_set)
+{
+    if (format.x <= display_set.width && format.y <= display_set.height)
+        return true;
+    std::fputs("Error: Region out of display\n", stderr);
+    return false;
+}
+
+bool is_left_out(const region_format& format)
+{
+    if (format.width != 0 && format.height != 0)
+        return false;
+    std::fprintf(stderr, "Empty region of %ux%u pixels at (%u,%u) left out\n", format.width, format.height,
+        format.x, format.y);
+    return true;
+}
+
+std::int32_t AddSurfaceRegion(
+    owned_surface surface, owned_context /*context*/, const region_format& format, subpicture& display_set)
+{
+    if (is_left_out(format))
+        return drawing_done;
+    cairo_surface_flush(surface.get());
+    if (cairo_image_surface_get_data(surface.get()) == nullptr) {
+        std::fprintf(stderr, "Error: Cannot draw region of %ux%u pixels: %s\n", format.width, format.height,
+            cairo_status_to_string(cairo_surface_status(surface.get())));
+        return drawing_failed;
+    }
+    auto* region = subpicture_region_New(format);
+    if (region == nullptr) {
+        std::fprintf(stderr, "Error: Cannot allocate region of %ux%u pixels\n", format.width, format.height);
+        return drawing_failed;
+    }
+    region->x = format.x;
+    region->y = format.y;
+    convert(surface.get(), *region->picture);
+    append(display_set, region);
+    return drawing_done;
+}
