@@ -23,6 +23,8 @@ inline constexpr std::uint32_t slot_packets_max = 8;
 /// back, the busy bit stays until they are sent; the device sets the acknowledged bit.
 inline constexpr std::uint8_t empty_stream_type = 0x82;
 inline constexpr std::uint8_t loaded_stream_type = 0x83;
+inline constexpr std::uint8_t begins_pes_bit =
+    0x04; ///< of a loaded slot whose first packet begins a PES packet
 inline constexpr std::uint8_t slot_busy_bit = 0x01;
 inline constexpr std::uint8_t slot_acknowledged_bit = 0x08;
 

@@ -7,21 +7,15 @@ constexpr std::uint8_t low_byte(std::uint32_t value)
     return static_cast<std::uint8_t>(value);
 }
 
-/// A size in packets, as the new generation counts it.
-struct packet_count {
-    std::uint8_t full = 0;      ///< packets before the last one
-    std::uint8_t last_size = 0; ///< valid bytes of the last one
-};
+} // namespace
 
-constexpr packet_count count_packets(std::uint32_t size)
+packet_count count_packets(std::uint32_t size)
 {
     packet_count count{.full = low_byte(size / packet_size), .last_size = low_byte(size % packet_size)};
     if (count.full != 0 && count.last_size == 0)
         count = {.full = low_byte(count.full - 1U), .last_size = packet_size};
     return count;
 }
-
-} // namespace
 
 slot_header_bytes encode_packed_header(const slot_header& header)
 {

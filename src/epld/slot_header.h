@@ -12,6 +12,14 @@ struct slot_header {
     std::uint32_t size = 0;    ///< bytes that count, from there on
 };
 
+/// A size in packets, as the new generation counts it: bytes 2 and 3 of its slot header.
+struct packet_count {
+    std::uint8_t full = 0;      ///< packets before the last one, 0 to 7
+    std::uint8_t last_size = 0; ///< valid bytes of the last one: 1 to 188; 0 only for size 0
+};
+
+packet_count count_packets(std::uint32_t size);
+
 using slot_header_bytes = std::array<std::uint8_t, slot_header_size>;
 
 /// The header as the new generation reads it: 13 bits of address, the number of packets minus 1 in

@@ -13,3 +13,6 @@ struct stream_slot {
 /// Waits until the device has sent the slot's last load: polls every 1 ms, at most 5000 times.
 /// Returns false, after a message on standard output, when a poll fails or the slot is still busy.
 [[nodiscard]] bool wait_until_ready(int fd, const stream_slot& slot);
+
+/// Waits in the same way until the device has taken the slot up: it sends it now, or has sent it.
+[[nodiscard]] bool wait_until_acknowledged(int fd, const stream_slot& slot);
