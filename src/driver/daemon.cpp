@@ -43,7 +43,7 @@ bool bind_device(const bus_handle& bus)
 }
 
 /// Returns after a failure only.
-void drive_device(const driver_state& state)
+void drive_device(driver_state& state)
 {
     const bus_handle bus(bus_open());
     if (!bind_device(bus))
@@ -60,8 +60,9 @@ int run_daemon(const char* version_file)
         return exit_done;
 
     if (auto state = start_up(version_file)) {
-        settle_services(*state);
-        drive_device(*state);
+        load_services(*state);
+        if (prepare_services(*state))
+            drive_device(*state);
     }
     return exit_failed;
 }

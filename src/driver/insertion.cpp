@@ -1,5 +1,6 @@
 #include "insertion.h"
 
+#include "streaming.h"
 #include "table_transfer.h"
 #include "tdt_tot.h"
 
@@ -45,9 +46,11 @@ refresh_result refresh_time_tables(
     return loaded ? refresh_result::done : refresh_result::failed;
 }
 
-void insert_until_failure(int fd, const driver_state& state, insertion_state& insertion)
+void insert_until_failure(int fd, driver_state& state, insertion_state& insertion)
 {
     for (;;) {
+        if (state.multi_service && !run_streaming_cycle(fd, state, insertion))
+            return;
         const refresh_result refresh =
             refresh_time_tables(fd, state.epld_version, insertion, std::time(nullptr));
         if (refresh == refresh_result::failed)

@@ -17,4 +17,4 @@ enum class refresh_result : std::uint8_t {
     int fd, std::uint32_t epld_version, insertion_state& insertion, std::time_t now);
 
 /// Keeps the programmed device going; returns after a failure.
-void insert_until_failure(int fd, const driver_state& state, insertion_state& insertion);
+void insert_until_failure(int fd, driver_state& state, insertion_state& insertion);

@@ -2,6 +2,16 @@
 
 #include "startup.h"
 
-/// Settles the mode and announces it on standard output: single-service operation, as long as there
-/// is no way to make subtitles of articles.
-void settle_services(driver_state& state);
+/// Loads the articles of this host and the screen layout, when several services were asked for, and
+/// settles the mode, which goes to standard output: multi-service operation when there is an article.
+/// Troubles with the files are reported where they are found and leave fewer articles, or none.
+void load_services(driver_state& state);
+
+/// Encodes a drawn display set and its refresh, in this order and with one encoder, so that the
+/// refresh's version follows on, into the stream's blocks. The display set is converted to palettes on
+/// the way. Returns false, after a message through `perror`, when it cannot be encoded.
+[[nodiscard]] bool encode_service(subtitle_stream& stream, subpicture* display_set);
+
+/// Draws and encodes the article of every service into its subtitle stream. Returns false, after a
+/// message through `perror`, when one cannot be prepared.
+[[nodiscard]] bool prepare_services(driver_state& state);

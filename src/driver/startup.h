@@ -1,12 +1,18 @@
 #pragma once
 
 #include "item.h"
+#include "layout.h"
+#include "stream_transfer.h"
 
+#include <array>
 #include <cstdint>
 #include <optional>
 
 /// Where the logic device tells its generation: one decimal number.
 inline constexpr const char* epld_version_file = "/sys/class/orlex/epld2/version";
+
+/// The articles are shown by at most so many services.
+inline constexpr std::uint32_t services_max = 40;
 
 /// What the daemon decides before it turns to the device and keeps for the whole run.
 struct driver_state {
@@ -17,7 +23,9 @@ struct driver_state {
 
     bool multi_service = false;      ///< one service for each article, with subtitles
     std::uint32_t service_count = 0; ///< articles to show; 0 in single-service operation
-    item* articles = nullptr;        ///< never freed
+    item* articles = nullptr;        ///< never freed, as all that follows
+    layout_region* layout = nullptr;
+    std::array<subtitle_stream, services_max> streams{}; ///< of the services, in the order of the articles
 };
 
 /// Whether the stream leaves on Ethernet, past the logic device.

@@ -1,0 +1,101 @@
+#include "display_set.h"
+
+#include "banner.h"
+#include "image_region.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+constexpr std::uint16_t page_id = 1;
+constexpr std::uint32_t bits_per_pixel = 32;
+constexpr const char* cannot_add_subtitle = "cannot add subtitle";
+
+/// One display set on the way, and what is used again for each of its regions.
+struct drawing {
+    const layout_region* layout = nullptr;
+    subpicture* display_set = nullptr;
+    region_format format{.chroma = chroma_yuva, .bits_per_pixel = bits_per_pixel};
+    text_style style{};
+};
+
+/// The result of a drawing operation as a truth, its failure reported.
+bool reported(std::int32_t result, const char* message)
+{
+    if (result != 0)
+        std::perror(message);
+    return result == 0;
+}
+
+bool is_continuation(char byte)
+{
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80;
+}
+
+bool draw_text(drawing& page, const layout_region& region, const char* text)
+{
+    getRegionAttributes(page.format, region);
+    getTextAttributes(page.style, region);
+    set_text(page.style, text);
+    return reported(AddTextSubtitle(&page.format, &page.style, page.display_set, region.adjustRegionSize),
+        cannot_add_subtitle);
+}
+
+bool draw_named_text(drawing& page, const char* name, const char* text)
+{
+    const layout_region* const region = getRegionByName(page.layout, name);
+    return region == nullptr || text == nullptr || draw_text(page, *region, text);
+}
+
+bool draw_brand(drawing& page, const item& article)
+{
+    const layout_region* const region = getRegionByName(page.layout, "brand");
+    if (region == nullptr || article.logo == nullptr)
+        return draw_named_text(page, "brand", article.brand);
+    getRegionAttributes(page.format, *region);
+    return reported(AddImageSubtitle(&page.format, article.logo, page.display_set, region->keepRatio),
+        "cannot add image");
+}
+
+bool draw_banner(drawing& page, const item& article, std::string_view icon_directory)
+{
+    page.format.width = 88;
+    page.format.height = 550;
+    page.format.x = 603;
+    page.format.y = 14;
+    return reported(build_banner_with_icons(&page.format, &article, page.display_set, icon_directory),
+        cannot_add_subtitle);
+}
+
+} // namespace
+
+void set_text(text_style& style, std::string_view text)
+{
+    constexpr std::size_t longest_character = 4;
+    std::size_t length = std::min(text.size(), text_limit_bytes);
+    if (length < text.size()) {
+        std::size_t start = length; // of the character that the cut may go through
+        while (start > length - longest_character && is_continuation(text[start]))
+            --start;
+        if (!is_continuation(text[start]))
+            length = start;
+    }
+    style.text.fill('\0');
+    std::copy_n(text.begin(), length, style.text.begin());
+}
+
+owned_subpicture draw_article(
+    const item& article, const layout_region* layout, std::string_view icon_directory)
+{
+    owned_subpicture display_set(subpicture_New(page_id, display_width, display_height));
+    if (!display_set) {
+        std::perror("cannot create Display Set\n");
+        return nullptr;
+    }
+    drawing page{.layout = layout, .display_set = display_set.get()};
+    const bool drawn = draw_named_text(page, "model", article.model)
+        && draw_named_text(page, "price", article.price) && draw_brand(page, article)
+        && draw_banner(page, article, icon_directory) && draw_named_text(page, "warranty", article.warranty);
+    return drawn ? std::move(display_set) : nullptr;
+}
