@@ -22,7 +22,7 @@ awk '
     /^(Stuffing|Frame)/ { table = "" }
     table == "" || /Reserved|Syntax indicator|Current\/Next|ection Number| Length: |Table ID: / { next }
     /Descriptor Tag=|character table|CRC 32 Status|Content Ext:|Nibble Level .:/ { next }
-    /Stream Content:|Component Type: 0x/ { next }
+    /Stream Content:|Component Type: 0x|Free CA Mode|EIT .* Flag/ { next }
     {
         match($0, /^ */)
         indent = substr($0, 1, RLENGTH)
