@@ -198,6 +198,15 @@ daemon_end run_daemon(const launch_options& options, const emulation& run, int m
     return wait_for_daemon(daemon, run, child_signal);
 }
 
+/// Gives the standard streams a place where they have none: otherwise the memory shared with the daemon
+/// would be opened as one of them.
+void keep_standard_streams()
+{
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (fcntl(descriptor, F_GETFD) < 0 && open("/dev/null", O_RDWR) < 0)
+            return;
+}
+
 bool write_summary(const std::string& text, const std::string& path)
 {
     if (path.empty())
@@ -213,6 +222,7 @@ bool write_summary(const std::string& text, const std::string& path)
 
 int main(int argc, char** argv)
 {
+    keep_standard_streams();
     const launch_options options = parse_command_line(argc, argv);
     if (options.help)
         return std::fputs(help_text().c_str(), stdout) >= 0 ? 0 : status_no_run;

@@ -1,9 +1,24 @@
 #include "daemon.h"
 
 #include <cstdio>
+#include <fcntl.h>
+
+namespace {
+
+/// Gives the standard streams a place where they have none: otherwise the bus would be opened as one
+/// of them, and messages would go to the device.
+void keep_standard_streams()
+{
+    for (const int descriptor : {0, 1, 2})
+        if (fcntl(descriptor, F_GETFD) < 0 && open("/dev/null", O_RDWR) < 0)
+            return;
+}
+
+} // namespace
 
 int main()
 {
+    keep_standard_streams();
     // Messages reach a pipe or the journal line by line.
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     return run_daemon();
