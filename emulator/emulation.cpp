@@ -104,7 +104,11 @@ bool request_transfer(emulation& run, const bus_transfer& transfer, std::int64_t
     return answered;
 }
 
-void refuse_unknown_transfer(emulation& run, std::uint8_t register_number)
+void refuse_request(emulation& run, violation_kind kind, std::uint32_t where)
 {
-    report_violation(run.device, violation_kind::unknown_transfer, register_number);
+    (void)count_request(run.faults, request_kind::unknown);
+    report_violation(run.device, kind, where);
+    text_line line = begin_line(request_kind::unknown, run.now_ns);
+    add(line, " %u", where);
+    end_line(run, line, false);
 }

@@ -26,8 +26,9 @@ struct emulation {
     output_file record; ///< one line for each bus request
 
     // What has happened.
-    pid_t daemon = 0;      ///< the process that the library is loaded into; 0: it never was
-    bool run_over = false; ///< ended by the emulator when the duration had passed
+    pid_t daemon = 0;         ///< the process that the library is loaded into; 0: it never was
+    bool exec_failed = false; ///< there is no such program
+    bool run_over = false;    ///< ended by the emulator when the duration had passed
     bool device_open = false;
     bool device_bound = false;
     std::int64_t now_ns = 0; ///< since the beginning
@@ -55,5 +56,5 @@ struct bus_transfer {
 /// Puts a transfer to the device, counts and records it with `began_ns`. Returns false when it fails.
 bool request_transfer(emulation& run, const bus_transfer& transfer, std::int64_t began_ns);
 
-/// A transfer that the bus does not know at all.
-void refuse_unknown_transfer(emulation& run, std::uint8_t register_number);
+/// Refuses and records what the bus does not know at all; `where` is a register or request number.
+void refuse_request(emulation& run, violation_kind kind, std::uint32_t where);

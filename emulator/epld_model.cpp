@@ -22,6 +22,8 @@ constexpr std::uint8_t loaded_stream_kind = 3;
 
 constexpr std::size_t header_size = 4;
 constexpr std::uint8_t sync_byte = 0x47;
+constexpr std::uint8_t unit_start = 0x40; ///< payload_unit_start_indicator, in a packet's second byte
+constexpr std::uint32_t old_slots_max = 16;
 
 /// Repetition of each table class. The generations number the classes differently; class 0 of the
 /// new one and class 3 of the old one are not used by the daemon.
@@ -96,36 +98,98 @@ bool refuse_transfer(epld_model& device, std::uint8_t register_number)
         device, known ? violation_kind::unknown_transfer : violation_kind::unknown_register, register_number);
 }
 
+/// The types that the daemon may write, in either generation.
+bool is_known_type(const epld_model& device, std::uint8_t type)
+{
+    constexpr std::array<std::uint8_t, 6> old_types{0x81, 0x91, 0xA1, 0x82, 0x83, 0x83};
+    constexpr std::array<std::uint8_t, 6> new_types{0x91, 0xA1, 0xB1, 0x82, 0x83, 0x87};
+    const auto& types = device.new_generation ? new_types : old_types;
+    return std::find(types.begin(), types.end(), type) != types.end();
+}
+
+bool has_sync_bytes(const epld_model& device, const device_slot& slot)
+{
+    for (std::uint32_t i = 0; i < slot.packets; ++i)
+        if (device.memory[slot.address + i * ts_packet_size] != sync_byte)
+            return false;
+    return slot.packets != 0;
+}
+
+/// Whether the packet at an address begins a PES packet (ISO/IEC 13818-1, 2.4.3.6).
+bool begins_pes_packet(const epld_model& device, std::uint32_t address)
+{
+    const auto* const packet = &device.memory[address];
+    return (packet[1] & unit_start) != 0 && packet[4] == 0 && packet[5] == 0 && packet[6] == 1;
+}
+
+/// What is wrong with a slot that the daemon has just written or switched on.
 void check_slot(epld_model& device, std::uint32_t index)
 {
     const device_slot slot = slot_at(device, index);
     const auto where = static_cast<std::uint32_t>(index * header_size);
-    if ((slot.type & kind_bits) == 0 || slot.last_packet_size > ts_packet_size
-        || (slot.packets != 0 && slot.last_packet_size < header_size))
+    if (!is_known_type(device, slot.type) || slot.last_packet_size > ts_packet_size
+        || (slot.packets != 0 && slot.last_packet_size <= header_size))
+        return report_violation(device, violation_kind::bad_slot_header, where);
+    if (slot.address + run_size(slot) > epld_model::memory_size)
+        return report_violation(device, violation_kind::run_leaves_memory, where);
+    if (is_kind(slot.type, empty_stream_kind))
+        return;
+    if (!has_sync_bytes(device, slot))
+        return report_violation(device, violation_kind::bad_packet, slot.address);
+    if (is_kind(slot.type, loaded_stream_kind)
+        && begins_pes_packet(device, slot.address) != ((slot.type & begins_pes_bit) != 0))
         report_violation(device, violation_kind::bad_slot_header, where);
-    else if (slot.address + run_size(slot) > epld_model::memory_size)
-        report_violation(device, violation_kind::run_leaves_memory, where);
-    else if (!is_kind(slot.type, empty_stream_kind)
-        && (slot.packets == 0 || device.memory[slot.address] != sync_byte))
-        report_violation(device, violation_kind::bad_packet, slot.address);
 }
 
-/// Whenever no stream slot is being sent, the device looks through the header table from its front
-/// for a loaded one, acknowledges it and begins to send it.
+bool overlap(std::uint32_t begin, std::uint32_t end, std::uint32_t other_begin, std::uint32_t other_size)
+{
+    return begin < other_begin + other_size && other_begin < end;
+}
+
+/// Every slot's packets have memory of their own, behind the header table.
+void check_runs(epld_model& device)
+{
+    const std::uint32_t slots = slots_of(device);
+    for (std::uint32_t i = 0; i < slots; ++i) {
+        const device_slot slot = slot_at(device, i);
+        const std::uint32_t end = slot.address + run_size(slot);
+        bool overlaps = overlap(slot.address, end, 0, slots * static_cast<std::uint32_t>(header_size));
+        for (std::uint32_t j = 0; j < i; ++j)
+            overlaps |= overlap(slot.address, end, slot_at(device, j).address, run_size(slot_at(device, j)));
+        if (overlaps)
+            report_violation(device, violation_kind::runs_overlap, slot.address);
+    }
+}
+
+bool waits_to_be_sent(const epld_model& device, std::uint32_t index)
+{
+    const std::uint8_t type = slot_at(device, index).type;
+    return is_kind(type, loaded_stream_kind) && (type & acknowledged_bit) == 0
+        && stream_number(device, index) != device.unacknowledged_slot;
+}
+
+/// The loaded stream slot that comes next behind the one sent last, or none.
+std::uint32_t waiting_stream(const epld_model& device)
+{
+    std::uint32_t first = epld_model::none;
+    for (std::uint32_t index = 0; slot_at(device, index).type != 0; ++index) {
+        if (!waits_to_be_sent(device, index))
+            continue;
+        if (device.last_stream != epld_model::none && index > device.last_stream)
+            return index;
+        first = std::min(first, index);
+    }
+    return first;
+}
+
+/// Acknowledges the next loaded stream slot and begins to send it.
 void take_up_stream(epld_model& device)
 {
-    if (!is_inserting(device) || device.sending_stream != epld_model::none)
+    device.sending_stream = waiting_stream(device);
+    if (device.sending_stream == epld_model::none)
         return;
-    for (std::uint32_t index = 0; slot_at(device, index).type != 0; ++index) {
-        const std::uint8_t type = slot_at(device, index).type;
-        if (!is_kind(type, loaded_stream_kind) || (type & acknowledged_bit) != 0
-            || stream_number(device, index) == device.unacknowledged_slot)
-            continue;
-        device.memory[index * header_size] |= acknowledged_bit;
-        device.sending_stream = index;
-        device.stream_packets_sent = 0;
-        return;
-    }
+    device.memory[device.sending_stream * header_size] |= acknowledged_bit;
+    device.stream_packets_sent = 0;
 }
 
 void finish_stream(epld_model& device)
@@ -133,32 +197,37 @@ void finish_stream(epld_model& device)
     const std::uint32_t index = device.sending_stream;
     if (stream_number(device, index) != device.stuck_slot)
         device.memory[index * header_size] = used_bit | empty_stream_kind;
+    device.last_stream = index;
     device.sending_stream = epld_model::none;
-    take_up_stream(device);
 }
 
 void set_control(epld_model& device, std::uint8_t value)
 {
+    if (((device.control ^ value) & ~insertion_bit) != 0)
+        report_violation(device, violation_kind::control_bits_changed, value);
     const bool was_inserting = is_inserting(device);
     device.control = value;
     if (was_inserting || !is_inserting(device))
         return;
+    if (!device.tables_deleted)
+        report_violation(device, violation_kind::tables_not_deleted, 0);
     device.table_due_us.fill(device.now_us);
     for (std::uint32_t index = 0; index < slots_of(device); ++index)
         check_slot(device, index);
-    take_up_stream(device);
+    check_runs(device);
 }
 
+/// The old generation finds the end of its header table by what deleting leaves there; the new one
+/// leaves it to the daemon to write it.
 void delete_tables(epld_model& device)
 {
-    device.memory.fill(0);
+    device.memory.fill(0xFF);
+    if (!device.new_generation)
+        std::fill_n(device.memory.begin(), old_slots_max * header_size, std::uint8_t{0});
+    device.tables_deleted = true;
     device.sending_table = epld_model::none;
     device.sending_stream = epld_model::none;
-}
-
-bool overlap(std::uint32_t begin, std::uint32_t end, std::uint32_t other_begin, std::uint32_t other_size)
-{
-    return begin < other_begin + other_size && other_begin < end;
+    device.last_stream = epld_model::none;
 }
 
 void check_busy_slots(epld_model& device, std::uint32_t begin, std::uint32_t end)
@@ -172,23 +241,38 @@ void check_busy_slots(epld_model& device, std::uint32_t begin, std::uint32_t end
     }
 }
 
-/// A write into a type byte of the header table may have loaded a stream slot.
-void check_new_headers(epld_model& device, std::uint32_t begin, std::uint32_t end)
+/// Slot 0 is loaded with subtitles only when slot 1 has been acknowledged. A section may come sooner.
+void check_order(epld_model& device, std::uint32_t index)
 {
-    const std::uint32_t slots = slots_of(device);
+    const device_slot slot = slot_at(device, index);
+    const bool section =
+        (device.memory[slot.address + 1] & unit_start) != 0 && (slot.type & begins_pes_bit) == 0;
+    const std::uint8_t next_type = slot_at(device, index + 1).type;
+    if (is_kind(slot.type, loaded_stream_kind) && stream_number(device, index) == 0 && !section
+        && is_kind(next_type, loaded_stream_kind) && (next_type & acknowledged_bit) == 0)
+        report_violation(
+            device, violation_kind::armed_too_early, static_cast<std::uint32_t>(index * header_size));
+}
+
+/// A write into a type byte of the header table, of `slots` slots, may have loaded a stream slot.
+void check_new_headers(epld_model& device, std::uint32_t slots, std::uint32_t begin, std::uint32_t end)
+{
     for (std::uint32_t index = 0; index < slots; ++index) {
         const auto type_address = static_cast<std::uint32_t>(index * header_size);
-        if (begin <= type_address && type_address < end)
-            check_slot(device, index);
+        if (begin > type_address || type_address >= end)
+            continue;
+        const std::uint32_t known = device.violation_count;
+        check_slot(device, index);
+        if (device.violation_count == known)
+            check_order(device, index);
     }
-    take_up_stream(device);
 }
 
 /// Completes a packet of which only the first `valid` bytes count: 0xFF behind a section
 /// (ISO/IEC 13818-1, 2.4.4), an adaptation field before the end of a PES packet (2.4.3.5).
 void complete_packet(ts_packet& packet, std::size_t valid, bool section)
 {
-    const auto end = packet.begin() + static_cast<std::ptrdiff_t>(valid);
+    auto* const end = packet.begin() + static_cast<std::ptrdiff_t>(valid);
     if (section || valid == packet.size()) {
         std::fill(end, packet.end(), std::uint8_t{0xFF});
         return;
@@ -214,7 +298,7 @@ bool read_packet(const epld_model& device, const device_slot& slot, std::uint32_
         return false;
     std::copy_n(device.memory.begin() + static_cast<std::ptrdiff_t>(address), valid, packet.begin());
 
-    const bool begins_unit = (packet[1] & 0x40) != 0;
+    const bool begins_unit = (packet[1] & unit_start) != 0;
     const bool section = is_kind(slot.type, table_kind) || (begins_unit && (slot.type & begins_pes_bit) == 0);
     complete_packet(packet, valid, section);
     return true;
@@ -256,6 +340,8 @@ bool send_table_packet(epld_model& device, ts_packet& packet)
 
 bool send_stream_packet(epld_model& device, ts_packet& packet)
 {
+    if (device.sending_stream == epld_model::none)
+        take_up_stream(device);
     if (device.sending_stream == epld_model::none)
         return false;
     const device_slot slot = slot_at(device, device.sending_stream);
@@ -314,12 +400,13 @@ bool device_write_block(epld_model& device, std::uint8_t register_number, std::s
         std::min(static_cast<std::uint32_t>(device.pointer + bytes.size()), epld_model::memory_size);
     if (device.pointer + bytes.size() > epld_model::memory_size)
         report_violation(device, violation_kind::write_beyond_memory, device.pointer);
+    const std::uint32_t slots = slots_of(device);
     if (is_inserting(device))
         check_busy_slots(device, begin, end);
     std::copy_n(bytes.begin(), end - begin, device.memory.begin() + begin);
     device.pointer = (device.pointer + static_cast<std::uint32_t>(bytes.size())) & 0xFFFF;
     if (is_inserting(device))
-        check_new_headers(device, begin, end);
+        check_new_headers(device, slots, begin, end);
     return true;
 }
 
@@ -348,7 +435,7 @@ void report_violation(epld_model& device, violation_kind kind, std::uint32_t whe
 
 device_slot slot_at(const epld_model& device, std::uint32_t index)
 {
-    const std::uint32_t slots_max = device.new_generation ? epld_model::slots_max : 16;
+    const std::uint32_t slots_max = device.new_generation ? epld_model::slots_max : old_slots_max;
     const std::size_t at = index * header_size;
     if (index >= slots_max || (device.memory[at] & used_bit) == 0)
         return {};
@@ -370,7 +457,8 @@ std::int64_t next_packet_due_us(const epld_model& device)
 {
     if (!is_inserting(device))
         return epld_model::never;
-    if (device.sending_table != epld_model::none || device.sending_stream != epld_model::none)
+    if (device.sending_table != epld_model::none || device.sending_stream != epld_model::none
+        || waiting_stream(device) != epld_model::none)
         return device.now_us;
     std::int64_t due = epld_model::never;
     for (std::uint32_t index = 0; slot_at(device, index).type != 0; ++index)
@@ -381,7 +469,12 @@ std::int64_t next_packet_due_us(const epld_model& device)
 
 bool send_packet(epld_model& device, ts_packet& packet)
 {
-    return is_inserting(device) && (send_table_packet(device, packet) || send_stream_packet(device, packet));
+    if (!is_inserting(device))
+        return false;
+    device.streams_turn = !device.streams_turn;
+    if (device.streams_turn)
+        return send_stream_packet(device, packet) || send_table_packet(device, packet);
+    return send_table_packet(device, packet) || send_stream_packet(device, packet);
 }
 
 std::int64_t table_interval_us(const epld_model& device, std::uint8_t type)

@@ -23,6 +23,10 @@ enum class violation_kind : std::uint8_t {
     bad_slot_header,       ///< a slot header with a type or a length that the device does not know
     bad_packet,            ///< a slot's packet that does not begin with the sync byte
     not_bound,             ///< a transfer before the descriptor was bound to the device's address
+    runs_overlap,          ///< a slot's packets over those of another slot, or over the header table
+    armed_too_early,       ///< stream slot 0 loaded before slot 1 was acknowledged
+    tables_not_deleted,    ///< insertion switched on over what was in memory before
+    control_bits_changed,  ///< other bits of register 0 than that of insertion
 };
 
 struct violation {
@@ -47,9 +51,10 @@ struct epld_model {
 
     bool new_generation = true;
     std::array<std::uint8_t, memory_size> memory{};
-    std::uint32_t pointer = 0; ///< where the data port reads and writes next
-    std::uint8_t control = 0;  ///< register 0
-    std::int64_t now_us = 0;   ///< kept by whoever runs the model
+    std::uint32_t pointer = 0;  ///< where the data port reads and writes next
+    std::uint8_t control = 0;   ///< register 0
+    bool tables_deleted = true; ///< since power-on
+    std::int64_t now_us = 0;    ///< kept by whoever runs the model
 
     /// Faults to play. Streams slots count from 0 in header-table order.
     std::int64_t requests_until_fault = never; ///< requests that succeed before one fails
@@ -62,6 +67,8 @@ struct epld_model {
     std::uint32_t table_packets_sent = 0;
     std::uint32_t sending_stream = none; ///< header-table index of the stream slot being sent
     std::uint32_t stream_packets_sent = 0;
+    std::uint32_t last_stream = none; ///< header-table index of the stream slot sent last
+    bool streams_turn = false;        ///< tables and stream slots take turns when both have a packet
     std::array<std::uint8_t, 8192> table_counters{}; ///< continuity counter of each PID's tables
 
     /// What the daemon did wrong: how often, and the first times.

@@ -77,8 +77,14 @@ bool open_encoder(emulation& run, const launch_options& options)
     run.encoder_descriptor = open(options.encoder_path.c_str(), O_RDONLY);
     if (run.encoder_descriptor < 0)
         return complain_about("cannot read", options.encoder_path);
-    const off_t size = lseek(run.encoder_descriptor, 0, SEEK_END);
-    run.encoder_size = static_cast<std::size_t>(std::max<off_t>(size, 0));
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(options.encoder_path, ignored))
+        return complain(options.encoder_path + " is not a file");
+    if (std::filesystem::equivalent(options.encoder_path, options.stream_path, ignored))
+        return complain("the encoder stream would be overwritten by --stream " + options.stream_path);
+    run.encoder_size = std::filesystem::file_size(options.encoder_path, ignored);
+    if (run.encoder_size == 0)
+        return complain(options.encoder_path + " is empty");
     void* const bytes = mmap(nullptr, run.encoder_size, PROT_READ, MAP_SHARED, run.encoder_descriptor, 0);
     if (bytes == MAP_FAILED)
         return complain_about("cannot read", options.encoder_path);
@@ -97,8 +103,17 @@ std::int64_t duration_ns(const emulation& run, const launch_options& options)
     return default_duration_s * second_ns;
 }
 
+/// Packet memory and registers hold anything before the daemon sets them.
+void power_on(epld_model& device)
+{
+    device.memory.fill(0xA5);
+    device.control = 0x05;
+    device.tables_deleted = false;
+}
+
 bool prepare(emulation& run, const launch_options& options)
 {
+    power_on(run.device);
     run.real_time = options.real_time;
     run.start_s = options.start_s >= 0 ? options.start_s : std::time(nullptr);
     run.bus_clock_hz = options.bus_clock_hz;
@@ -139,10 +154,17 @@ void add_to_variable(const char* name, const std::string& value, char separator)
     setenv(name, (present == nullptr ? value : value + separator + present).c_str(), 1);
 }
 
-[[noreturn]] void become_daemon(const launch_options& options, int memory_descriptor)
+/// The library as a descriptor: LD_PRELOAD takes a blank or a colon in a path for its end.
+std::string preload_path()
+{
+    const int library = open(library_path().c_str(), O_RDONLY);
+    return "/proc/self/fd/" + std::to_string(library);
+}
+
+[[noreturn]] void become_daemon(const launch_options& options, emulation& run, int memory_descriptor)
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    add_to_variable("LD_PRELOAD", library_path().string(), ':');
+    add_to_variable("LD_PRELOAD", preload_path(), ':');
     // The address sanitizer wants to be the first library; beneath it, this one works as well.
     add_to_variable("ASAN_OPTIONS", "verify_asan_link_order=0", ':');
     setenv(emulation::memory_variable, std::to_string(memory_descriptor).c_str(), 1);
@@ -155,6 +177,7 @@ void add_to_variable(const char* name, const std::string& value, char separator)
     command.push_back(nullptr);
     execvp(program.c_str(), command.data());
     complain_about("cannot run", program);
+    run.exec_failed = true;
     _exit(status_no_run);
 }
 
@@ -165,37 +188,42 @@ void show_progress(const emulation& run)
         static_cast<long long>(run.now_ns / (run.duration_ns / 100 + 1)));
 }
 
-/// Waits for the daemon's end, and shows meanwhile how far a long run has come.
-daemon_end wait_for_daemon(pid_t daemon, const emulation& run, const sigset_t& child_signal)
+/// Waits for the daemon's end, and shows meanwhile how far a long run has come. An interrupted run still
+/// has its summary.
+daemon_end wait_for_daemon(pid_t daemon, const emulation& run, const sigset_t& signals)
 {
     const bool terminal = isatty(STDERR_FILENO) != 0;
     constexpr timespec interval{.tv_sec = 0, .tv_nsec = 500'000'000};
     daemon_end end;
     bool shown = false;
-    while (waitpid(daemon, &end.status, WNOHANG) == 0)
-        if (sigtimedwait(&child_signal, nullptr, &interval) < 0 && errno == EAGAIN && terminal) {
+    while (waitpid(daemon, &end.status, WNOHANG) == 0) {
+        const int signal = sigtimedwait(&signals, nullptr, &interval);
+        if (signal == SIGINT || signal == SIGTERM)
+            kill(daemon, SIGTERM);
+        if (signal < 0 && errno == EAGAIN && terminal) {
             show_progress(run);
             shown = true;
         }
+    }
     if (shown)
         std::fputs("\r                                        \r", stderr);
     return end;
 }
 
-daemon_end run_daemon(const launch_options& options, const emulation& run, int memory_descriptor)
+daemon_end run_daemon(const launch_options& options, emulation& run, int memory_descriptor)
 {
-    sigset_t child_signal;
+    sigset_t signals;
     sigset_t former;
-    sigemptyset(&child_signal);
-    sigaddset(&child_signal, SIGCHLD);
-    sigprocmask(SIG_BLOCK, &child_signal, &former);
+    sigemptyset(&signals);
+    for (const int signal : {SIGCHLD, SIGINT, SIGTERM})
+        sigaddset(&signals, signal);
+    sigprocmask(SIG_BLOCK, &signals, &former);
     const pid_t daemon = fork();
     if (daemon == 0) {
         sigprocmask(SIG_SETMASK, &former, nullptr);
-        become_daemon(options, memory_descriptor);
+        become_daemon(options, run, memory_descriptor);
     }
-    std::signal(SIGINT, SIG_IGN); // an interrupted run still has its summary
-    return wait_for_daemon(daemon, run, child_signal);
+    return wait_for_daemon(daemon, run, signals);
 }
 
 /// Gives the standard streams a place where they have none: otherwise the memory shared with the daemon
@@ -246,6 +274,8 @@ int main(int argc, char** argv)
     const daemon_end end = run_daemon(options, run, memory_descriptor);
     flush(run.record);
     flush(run.stream.output);
+    if (run.exec_failed)
+        return status_no_run;
     if (run.daemon == 0) {
         complain("the daemon did not run with the device beneath it (is it linked statically?)");
         return status_no_run;

@@ -138,18 +138,36 @@ ts_packet fill_null_packet(multiplex& stream, epld_model& device)
     return packet;
 }
 
-ts_packet next_packet(multiplex& stream, std::span<const std::uint8_t> encoder, epld_model& device)
+/// The encoder's packet at this place; empty where there is none, or one that is replaced.
+std::span<const std::uint8_t> encoder_packet(const multiplex& stream, std::span<const std::uint8_t> encoder)
 {
-    if (stream.next_packet < stream.encoder_packets) {
-        const auto given = packet_at(encoder, stream.next_packet);
-        const std::uint16_t pid = pid_of(given);
-        if (pid != null_pid && !stream.dropped.test(pid)) {
-            ts_packet packet{};
-            std::copy(given.begin(), given.end(), packet.begin());
-            return packet;
-        }
+    if (stream.next_packet >= stream.encoder_packets)
+        return {};
+    const auto packet = packet_at(encoder, stream.next_packet);
+    const std::uint16_t pid = pid_of(packet);
+    return pid == null_pid || stream.dropped.test(pid) ? std::span<const std::uint8_t>{} : packet;
+}
+
+bool is_of_daemon(std::uint16_t pid)
+{
+    constexpr std::uint16_t first_pmt = 256;
+    constexpr std::uint16_t first_subtitle = 4368;
+    constexpr std::uint16_t services = 40;
+    const auto is_from = [pid](std::uint16_t first) { return pid >= first && pid < first + services; };
+    return is_from(first_pmt) || is_from(first_subtitle);
+}
+
+/// Looks for what the device needs: null packets, and PIDs of its own.
+std::string check_pids(const multiplex& stream, const std::bitset<stream_statistics::pids>& used)
+{
+    bool replaceable = false;
+    for (std::uint16_t pid = 0; pid < stream_statistics::pids; ++pid) {
+        const bool replaced = pid == null_pid || stream.dropped.test(pid);
+        replaceable |= used.test(pid) && replaced;
+        if (used.test(pid) && !replaced && is_of_daemon(pid))
+            return "its PID " + std::to_string(pid) + " is one of the daemon's";
     }
-    return fill_null_packet(stream, device);
+    return replaceable ? "" : "it has no null packets that the device could replace";
 }
 
 } // namespace
@@ -167,6 +185,7 @@ std::string use_encoder(multiplex& stream, std::span<const std::uint8_t> bytes, 
     for (std::uint16_t pid = 0; pid <= last_si_pid; ++pid)
         stream.dropped.set(pid);
 
+    std::bitset<stream_statistics::pids> used;
     clock_sample first;
     clock_sample last;
     for (std::uint64_t number = 0; number < stream.encoder_packets; ++number) {
@@ -174,6 +193,7 @@ std::string use_encoder(multiplex& stream, std::span<const std::uint8_t> bytes, 
         if (packet[0] != sync_byte)
             return "it is not a transport stream: packet " + std::to_string(number) + " has no sync byte";
         const std::uint16_t pid = pid_of(packet);
+        used.set(pid);
         if (pid == 0)
             drop_programs(stream, packet);
         const auto clock = clock_of(packet);
@@ -185,7 +205,8 @@ std::string use_encoder(multiplex& stream, std::span<const std::uint8_t> bytes, 
         else if (pid == first.pid)
             last = {.pid = pid, .packet = number, .clock = *clock};
     }
-    return measure_rate(stream, first, last);
+    const std::string fault = measure_rate(stream, first, last);
+    return fault.empty() ? check_pids(stream, used) : fault;
 }
 
 std::int64_t encoder_end_us(const multiplex& stream)
@@ -203,10 +224,15 @@ void run_multiplex(multiplex& stream, std::span<const std::uint8_t> encoder, epl
         if (now_us > until_us)
             break;
         device.now_us = now_us;
-        const ts_packet packet = next_packet(stream, encoder, device);
-        count_packet(statistics, packet, now_us);
-        if (stream.encoder_packets == 0 || stream.next_packet < stream.encoder_packets)
-            append(stream.output, packet);
+        if (const auto given = encoder_packet(stream, encoder); !given.empty()) {
+            count_foreign_packet(statistics, given);
+            append(stream.output, given);
+        } else {
+            const ts_packet packet = fill_null_packet(stream, device);
+            count_packet(statistics, packet, now_us);
+            if (stream.encoder_packets == 0 || stream.next_packet < stream.encoder_packets)
+                append(stream.output, packet);
+        }
         ++stream.next_packet;
     }
     device.now_us = until_us;

@@ -12,7 +12,7 @@
 struct multiplex {
     /// Packets that carry nothing but the program clock (PCR, ISO/IEC 13818-1, 2.4.3.5).
     static constexpr std::uint16_t clock_pid = 4097;
-    static constexpr std::int64_t clock_interval_us = 40'000;
+    static constexpr std::int64_t clock_interval_us = 25'000;
 
     double packets_per_second = 0;                ///< of the whole stream
     std::int64_t device_interval_us = 0;          ///< shortest time between two packets of the device
@@ -31,7 +31,8 @@ struct multiplex {
 void use_null_packets(multiplex& stream, std::int64_t packet_rate);
 
 /// Prepares an encoder stream of constant rate, whose packets are in `bytes`. Its own tables (PIDs 0
-/// to 31 and the PMTs of its PAT) count as null packets; the device sends the tables. Returns an
+/// to 31 and the PMTs of its PAT) count as null packets; the device sends the tables. Its other PIDs must
+/// not be those of the daemon's PMTs and subtitles. Returns an
 /// empty text, or a sentence that says why the stream cannot be used.
 std::string use_encoder(multiplex& stream, std::span<const std::uint8_t> bytes, std::int64_t packet_rate);
 

@@ -42,8 +42,10 @@ std::optional<std::int64_t> parse_start(const char* text)
 {
     std::tm utc{};
     const char* const end = strptime(text, "%Y-%m-%d %H:%M:%S", &utc);
+    const int day = utc.tm_mday;
     const std::time_t seconds = end != nullptr && *end == '\0' ? timegm(&utc) : -1;
-    return seconds >= 0 ? std::optional<std::int64_t>(seconds) : std::nullopt;
+    const bool exists = utc.tm_mday == day; // 31 February is carried over into March
+    return seconds >= 0 && exists ? std::optional<std::int64_t>(seconds) : std::nullopt;
 }
 
 template <typename value> bool store(value& place, const std::optional<std::int64_t>& parsed)

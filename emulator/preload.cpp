@@ -32,6 +32,7 @@ emulation* run = nullptr;
 std::span<const std::uint8_t> encoder;
 int bus_descriptor = -1;
 std::int64_t real_begin_ns = 0;
+bool foreign = false; ///< this process is not the daemon; it must not reach a real bus either
 
 std::int64_t real_clock_ns()
 {
@@ -50,8 +51,10 @@ std::int64_t real_clock_ns()
     if (memory == MAP_FAILED)
         return;
     auto* const shared = static_cast<emulation*>(memory);
-    if (shared->daemon != 0) // a child of the daemon is none of ours
+    if (shared->daemon != 0 && shared->daemon != getpid()) {
+        foreign = true; // a child of the daemon
         return;
+    }
     shared->daemon = getpid();
     if (shared->encoder_size != 0) {
         const void* const bytes =
@@ -72,20 +75,36 @@ std::int64_t real_clock_ns()
     std::exit(0); // so that what a sanitizer has to say at the end is said
 }
 
+void sleep_until(std::int64_t target_ns)
+{
+    const timespec target{.tv_sec = target_ns / second_ns, .tv_nsec = target_ns % second_ns};
+    clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &target, nullptr);
+}
+
+/// Lets time pass as it does; meanwhile the stream comes out, for whoever is watching it.
+void pass_real_time(std::int64_t until_ns)
+{
+    constexpr std::int64_t step_ns = second_ns / 10;
+    do {
+        sleep_until(real_begin_ns + std::min(run->now_ns + step_ns, until_ns));
+        const std::int64_t now_ns = real_clock_ns() - real_begin_ns;
+        advance(*run, encoder, std::clamp(now_ns, run->now_ns, run->duration_ns));
+        flush(run->record);
+        flush(run->stream.output);
+    } while (run->now_ns < until_ns);
+}
+
 /// Lets time pass, in the device too. The run ends when its time is up.
 void pass_time(std::int64_t elapsed_ns)
 {
-    std::int64_t until_ns = std::min(run->now_ns + elapsed_ns, run->duration_ns);
-    if (run->real_time) {
-        const std::int64_t target_ns = real_begin_ns + until_ns;
-        const timespec target{.tv_sec = target_ns / second_ns, .tv_nsec = target_ns % second_ns};
-        clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &target, nullptr);
-        until_ns = std::clamp(real_clock_ns() - real_begin_ns, until_ns, run->duration_ns);
-    }
     if (run->run_over)
         return;
-    advance(*run, encoder, until_ns);
-    if (until_ns >= run->duration_ns)
+    const std::int64_t until_ns = std::min(run->now_ns + elapsed_ns, run->duration_ns);
+    if (run->real_time)
+        pass_real_time(until_ns);
+    else
+        advance(*run, encoder, until_ns);
+    if (run->now_ns >= run->duration_ns)
         end_run();
 }
 
@@ -99,7 +118,7 @@ int open_bus()
 {
     if (!request_access(*run, request_kind::open))
         return refuse(ENOENT);
-    bus_descriptor = static_cast<int>(syscall(SYS_openat, AT_FDCWD, "/dev/null", O_RDWR | O_CLOEXEC));
+    bus_descriptor = static_cast<int>(syscall(SYS_openat, AT_FDCWD, "/dev/null", O_PATH | O_CLOEXEC));
     run->device_open = bus_descriptor >= 0;
     return bus_descriptor;
 }
@@ -140,18 +159,15 @@ smbus_request decode(i2c_smbus_ioctl_data& request)
 int transfer_on_bus(i2c_smbus_ioctl_data& request)
 {
     const auto [known, transfer] = decode(request);
-    if (!known) {
-        refuse_unknown_transfer(*run, request.command);
-        return refuse(EINVAL);
+    if (!known || !run->device_bound) {
+        refuse_request(
+            *run, known ? violation_kind::not_bound : violation_kind::unknown_transfer, request.command);
+        return refuse(known ? ENXIO : EINVAL);
     }
     const std::int64_t began_ns = run->now_ns;
     const std::int64_t bus_ns = bus_time_ns(*run, transfer.kind, transfer.bytes.size());
     run->bus_ns += bus_ns;
     pass_time(std::max(bus_ns, microsecond_ns));
-    if (!run->device_bound) {
-        report_violation(run->device, violation_kind::not_bound, transfer.register_number);
-        return refuse(ENXIO);
-    }
     return request_transfer(*run, transfer, began_ns) ? 0 : refuse(EIO);
 }
 
@@ -180,8 +196,8 @@ const char* redirect(const char* path, redirected_path& buffer)
 
 int open_path(const char* path, int flags, mode_t mode)
 {
-    if (run != nullptr && std::strcmp(path, bus_path) == 0)
-        return open_bus();
+    if (std::strcmp(path, bus_path) == 0 && (run != nullptr || foreign))
+        return run != nullptr ? open_bus() : refuse(ENOENT);
     redirected_path buffer;
     const char* const real = redirect(path, buffer);
     return real == nullptr ? refuse(ENOENT)
@@ -229,7 +245,7 @@ int open64(const char* path, int flags, ...)
 }
 
 /// What `open` with constant flags becomes in a fortified build.
-int __open_2(const char* path, int flags)
+int __open_2(const char* path, int flags) // NOLINT(bugprone-reserved-identifier)
 {
     return open_path(path, flags, 0);
 }
@@ -272,8 +288,12 @@ int ioctl(int descriptor, unsigned long request, ...) noexcept
         return static_cast<int>(syscall(SYS_ioctl, descriptor, request, argument));
     if (request == I2C_SLAVE)
         return bind_bus(reinterpret_cast<unsigned long>(argument));
+    auto* const smbus = static_cast<i2c_smbus_ioctl_data*>(argument);
+    if (request == I2C_SMBUS && (smbus == nullptr || smbus->data == nullptr))
+        return refuse(EFAULT);
     if (request == I2C_SMBUS)
-        return transfer_on_bus(*static_cast<i2c_smbus_ioctl_data*>(argument));
+        return transfer_on_bus(*smbus);
+    refuse_request(*run, violation_kind::unknown_transfer, static_cast<std::uint32_t>(request));
     return refuse(ENOTTY);
 }
 

@@ -24,6 +24,10 @@ constexpr const char* violation_texts[] = {
     "slot header that the device does not know",
     "slot whose packet does not begin with 0x47",
     "transfer before the bus was bound to address 5",
+    "packets of a slot over those of another slot, or over the header table",
+    "stream slot 0 loaded before slot 1 was acknowledged",
+    "insertion switched on without deleting the tables first",
+    "other bits of register 0 changed than that of insertion",
 };
 
 [[gnu::format(printf, 2, 3)]] void add(std::string& text, const char* format, ...)
@@ -51,8 +55,6 @@ void add_end(std::string& text, const emulation& run, const daemon_end& end)
         add(text, "daemon: at work when the run ended, after %.3f s\n", time_s);
     else
         add(text, "daemon: ended with status %d after %.3f s\n", WEXITSTATUS(end.status), time_s);
-    if (!run.run_over && run.device_open && WIFEXITED(end.status))
-        text += "daemon: left the bus open\n";
 }
 
 void add_packets(std::string& text, const emulation& run)
@@ -78,13 +80,18 @@ const char* table_name(std::uint8_t table_id)
     return "other";
 }
 
+/// The time since the last section counts, too.
+double longest_gap_s(const emulation& run, const table_statistics& table)
+{
+    return static_cast<double>(std::max(table.longest_gap_us, run.now_ns / 1000 - table.last_us)) / second_us;
+}
+
 void add_tables(std::string& text, const emulation& run)
 {
     text += "\ntable  PID   sections   longest gap\n";
     for (const table_statistics& table : std::span(run.statistics.tables).first(run.statistics.table_count))
         add(text, "%-5s  %4u  %8llu  %8.3f s\n", table_name(table.table_id), table.pid,
-            static_cast<unsigned long long>(table.sections),
-            static_cast<double>(table.longest_gap_us) / second_us);
+            static_cast<unsigned long long>(table.sections), longest_gap_s(run, table));
 }
 
 void add_requests(std::string& text, const emulation& run)
@@ -100,6 +107,7 @@ void add_requests(std::string& text, const emulation& run)
             static_cast<unsigned long long>(run.refused_requests));
 }
 
+/// Faults of the daemon towards the device.
 void add_violations(std::string& text, const epld_model& device)
 {
     const std::size_t listed = std::min<std::size_t>(device.violation_count, device.violations.size());
@@ -110,12 +118,32 @@ void add_violations(std::string& text, const epld_model& device)
         add(text, "FAULT: and %zu more\n", device.violation_count - listed);
 }
 
+void add_other_faults(std::string& text, const emulation& run, const daemon_end& end)
+{
+    if (!WIFEXITED(end.status) || WEXITSTATUS(end.status) != 0)
+        text += "FAULT: the daemon ended\n";
+    if (!run.run_over && run.device_open && WIFEXITED(end.status))
+        text += "FAULT: the daemon left the bus open\n";
+    for (std::size_t pid = 0; pid < stream_statistics::pids; ++pid) {
+        const pid_statistics& counted = run.statistics.by_pid[pid];
+        if (counted.counter_errors != 0)
+            add(text, "FAULT: continuity counter broken on PID %zu, %llu times\n", pid,
+                static_cast<unsigned long long>(counted.counter_errors));
+        if (counted.damaged_units != 0)
+            add(text, "FAULT: damaged sections or PES packets on PID %zu, %llu of them\n", pid,
+                static_cast<unsigned long long>(counted.damaged_units));
+    }
+    for (const int error : {run.record.error, run.stream.output.error})
+        if (error != 0)
+            add(text, "FAULT: an output file is incomplete: %s\n", std::strerror(error));
+}
+
 } // namespace
 
 bool is_sound(const emulation& run, const daemon_end& end)
 {
     return ended_well(run, end) && run.device.violation_count == 0 && counter_errors(run.statistics) == 0
-        && run.record.error == 0 && run.stream.output.error == 0;
+        && damaged_units(run.statistics) == 0 && run.record.error == 0 && run.stream.output.error == 0;
 }
 
 std::string summary(const emulation& run, const daemon_end& end)
@@ -126,11 +154,7 @@ std::string summary(const emulation& run, const daemon_end& end)
     add_tables(text, run);
     add_requests(text, run);
     add_violations(text, run.device);
-    if (counter_errors(run.statistics) != 0)
-        text += "FAULT: continuity counters broken, see the list of PIDs\n";
-    for (const int error : {run.record.error, run.stream.output.error})
-        if (error != 0)
-            add(text, "FAULT: an output file is incomplete: %s\n", std::strerror(error));
+    add_other_faults(text, run, end);
     add(text, "\nThe run was %s.\n", is_sound(run, end) ? "sound" : "NOT sound");
     return text;
 }

@@ -7,7 +7,7 @@
 namespace {
 
 constexpr std::array<std::string_view, request_kinds> kind_names{
-    "open", "bind", "close", "read-byte", "write-byte", "write-word", "read-block", "write-block"};
+    "open", "bind", "close", "read-byte", "write-byte", "write-word", "read-block", "write-block", "unknown"};
 
 bool matches(const refused_request& refusal, std::uint64_t number)
 {

@@ -16,8 +16,9 @@ enum class request_kind : std::uint8_t {
     write_word,
     read_block,
     write_block,
+    unknown, ///< what the bus or the device does not know
 };
-inline constexpr std::size_t request_kinds = 8;
+inline constexpr std::size_t request_kinds = 9;
 
 /// "write-block" and the like, as they stand in a bus record and on the command line.
 std::string_view name_of(request_kind kind);

@@ -47,6 +47,58 @@ void count_table(
     }
 }
 
+/// CRC-32/MPEG-2 (ISO/IEC 13818-1, annex A), bit by bit.
+std::uint32_t add_to_crc(std::uint32_t crc, std::span<const std::uint8_t> bytes)
+{
+    constexpr std::uint32_t polynomial = 0x04C11DB7;
+    for (const std::uint8_t byte : bytes) {
+        crc ^= std::uint32_t{byte} << 24;
+        for (int bit = 0; bit < 8; ++bit)
+            crc = (crc & 0x80000000U) != 0 ? crc << 1 ^ polynomial : crc << 1;
+    }
+    return crc;
+}
+
+/// Begins the unit at the front of a payload, and returns where it begins there.
+std::size_t begin_unit(pid_statistics& pid, std::span<const std::uint8_t> payload)
+{
+    constexpr std::uint8_t tdt_table_id = 0x70; // the one table without a CRC
+    pid.is_section = !begins_pes(payload);
+    const std::size_t begin = pid.is_section ? 1U + payload[0] : 0U;
+    const std::size_t length_at = begin + (pid.is_section ? 1 : 4);
+    if (length_at + 2 > payload.size())
+        return payload.size();
+    const std::uint32_t length = static_cast<std::uint32_t>(payload[length_at]) << 8 | payload[length_at + 1];
+    pid.unit_left = pid.is_section ? 3 + (length & 0x0FFF) : 6 + length;
+    pid.has_crc = pid.is_section && payload[begin] != tdt_table_id;
+    pid.crc = 0xFFFFFFFF;
+    return begin;
+}
+
+bool is_stuffing(std::span<const std::uint8_t> bytes)
+{
+    return std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t byte) { return byte == 0xFF; });
+}
+
+void follow_unit(pid_statistics& pid, bool starts, std::span<const std::uint8_t> payload)
+{
+    if (starts) {
+        pid.damaged_units += pid.unit_left != 0 ? 1 : 0;
+        payload = payload.subspan(begin_unit(pid, payload));
+    }
+    if (pid.unit_left == 0)
+        return;
+    const auto part = payload.first(std::min<std::size_t>(payload.size(), pid.unit_left));
+    const auto rest = payload.subspan(part.size());
+    pid.unit_left -= static_cast<std::uint32_t>(part.size());
+    if (pid.has_crc)
+        pid.crc = add_to_crc(pid.crc, part);
+    if (pid.unit_left != 0)
+        return;
+    const bool sound = (!pid.has_crc || pid.crc == 0) && (pid.is_section ? is_stuffing(rest) : rest.empty());
+    pid.damaged_units += sound ? 0 : 1;
+}
+
 } // namespace
 
 std::uint16_t pid_of(std::span<const std::uint8_t> packet)
@@ -64,11 +116,18 @@ void count_packet(stream_statistics& statistics, const ts_packet& packet, std::i
     count_continuity(pid, packet[3] & 0x0F);
 
     const auto payload = payload_of(packet);
-    if ((packet[1] & unit_start) == 0 || payload.size() < 3 || begins_pes(payload))
+    const bool starts = (packet[1] & unit_start) != 0 && payload.size() >= 3;
+    follow_unit(pid, starts, payload);
+    if (!starts || begins_pes(payload))
         return;
     const std::size_t section_begin = 1U + payload[0];
     if (section_begin < payload.size())
         count_table(statistics, number, payload[section_begin], time_us);
+}
+
+void count_foreign_packet(stream_statistics& statistics, std::span<const std::uint8_t> packet)
+{
+    ++statistics.by_pid[pid_of(packet)].packets;
 }
 
 std::uint64_t counter_errors(const stream_statistics& statistics)
@@ -77,4 +136,12 @@ std::uint64_t counter_errors(const stream_statistics& statistics)
     for (const pid_statistics& pid : statistics.by_pid)
         errors += pid.counter_errors;
     return errors;
+}
+
+std::uint64_t damaged_units(const stream_statistics& statistics)
+{
+    std::uint64_t damaged = 0;
+    for (const pid_statistics& pid : statistics.by_pid)
+        damaged += pid.damaged_units;
+    return damaged;
 }

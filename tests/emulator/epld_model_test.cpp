@@ -25,7 +25,11 @@ std::uint8_t read_at(epld_model& device, std::uint16_t address)
     return value;
 }
 
-/// A packet with that PID, payload_unit_start_indicator and counter 9; its payload is all `payload`.
+constexpr std::uint16_t subtitle_pid = 4368;
+constexpr std::uint16_t time_pid = 20;
+
+/// A packet with that PID, payload_unit_start_indicator and counter 9. Its payload is all `payload`, but
+/// subtitles start as a PES packet does.
 std::vector<std::uint8_t> packet(std::uint16_t pid, bool start, std::uint8_t payload)
 {
     std::vector<std::uint8_t> bytes(188, payload);
@@ -33,6 +37,8 @@ std::vector<std::uint8_t> packet(std::uint16_t pid, bool start, std::uint8_t pay
     bytes[1] = static_cast<std::uint8_t>((start ? 0x40 : 0) | pid >> 8);
     bytes[2] = static_cast<std::uint8_t>(pid);
     bytes[3] = 0x19;
+    if (start && pid == subtitle_pid)
+        std::copy_n(std::array<std::uint8_t, 3>{0, 0, 1}.begin(), 3, bytes.begin() + 4);
     return bytes;
 }
 
@@ -107,14 +113,15 @@ TEST(EpldModel, ReportsWhatADaemonMustNotDo)
             }},
         {"packets of a busy slot", violation_kind::busy_slot_overwritten,
             [](epld_model& device) {
-                write_at(device, 400, packet(4368, true, 0));
-                write_at(device, 588, packet(4368, false, 0));
+                write_at(device, 400, packet(subtitle_pid, true, 0));
+                write_at(device, 588, packet(subtitle_pid, false, 0));
                 write_at(device, 0, {0x87});
                 write_at(device, 775, {0});
             }},
         {"header of a busy slot", violation_kind::busy_slot_overwritten,
             [](epld_model& device) {
-                write_at(device, 800, packet(4368, true, 0));
+                write_at(device, 800, packet(subtitle_pid, true, 0));
+                write_at(device, 988, packet(subtitle_pid, false, 0));
                 write_at(device, 4, {0x87});
                 write_at(device, 7, {100});
             }},
@@ -137,22 +144,25 @@ TEST(EpldModel, ReportsWhatADaemonMustNotDo)
 TEST(EpldModel, SendsALoadedStreamSlotOnceAndAcknowledgesIt)
 {
     epld_model device = with_stream_slots();
-    write_at(device, 400, packet(4368, true, 1));
-    write_at(device, 588, packet(4368, false, 2));
+    write_at(device, 400, packet(subtitle_pid, true, 1));
+    write_at(device, 588, packet(subtitle_pid, false, 2));
     write_at(device, 0, {0x87});
-    EXPECT_EQ(read_at(device, 0), 0x8F); // loaded and acknowledged: the device is at it
-    write_at(device, 800, packet(4368, false, 3));
-    write_at(device, 988, packet(4368, false, 4));
+    EXPECT_EQ(read_at(device, 0), 0x87);
+    write_at(device, 800, packet(subtitle_pid, false, 3));
+    write_at(device, 988, packet(subtitle_pid, false, 4));
     write_at(device, 4, {0x83});
     EXPECT_EQ(read_at(device, 4), 0x83); // it waits behind the other
 
     ts_packet sent{};
     EXPECT_TRUE(send_packet(device, sent));
+    EXPECT_EQ(read_at(device, 0), 0x8F); // acknowledged: the device is at it
     EXPECT_TRUE(send_packet(device, sent));
     EXPECT_EQ(sent[4], 2);
     EXPECT_EQ(read_at(device, 0) & 0x01, 0);
+    EXPECT_EQ(read_at(device, 4), 0x83); // it waits for the next packet that can be sent
+    EXPECT_TRUE(send_packet(device, sent));
     EXPECT_EQ(read_at(device, 4), 0x8B);
-    EXPECT_EQ(send_all(device).size(), 2U);
+    EXPECT_EQ(send_all(device).size(), 1U);
     EXPECT_EQ(read_at(device, 4) & 0x09, 0);
     EXPECT_EQ(device.violation_count, 0U);
 }
@@ -161,14 +171,14 @@ TEST(EpldModel, WithheldAnswersKeepASlotBusy)
 {
     epld_model stuck = with_stream_slots();
     stuck.stuck_slot = 1;
-    write_at(stuck, 800, packet(20, true, 0));
+    write_at(stuck, 800, packet(time_pid, true, 0));
     write_at(stuck, 4, {0x83, 25, 0, 100});
     EXPECT_EQ(send_all(stuck).size(), 1U);
     EXPECT_EQ(read_at(stuck, 4), 0x8B);
 
     epld_model silent = with_stream_slots();
     silent.unacknowledged_slot = 1;
-    write_at(silent, 800, packet(20, true, 0));
+    write_at(silent, 800, packet(time_pid, true, 0));
     write_at(silent, 4, {0x83, 25, 0, 100});
     EXPECT_EQ(send_all(silent).size(), 0U);
     EXPECT_EQ(read_at(silent, 4), 0x83);
@@ -179,22 +189,22 @@ TEST(EpldModel, CompletesAShortLastPacket)
 {
     const struct {
         const char* what;
+        std::vector<std::uint8_t> begin; ///< of the packet that is sent, behind its PID
         std::uint8_t type;
         bool start;
         std::uint8_t valid;
-        std::vector<std::uint8_t> begin; ///< of the packet that is sent, behind its PID
         std::uint8_t last;
     } cases[] = {
-        {"section", 0x83, true, 6, {0x19, 7, 7, 0xFF, 0xFF}, 0xFF},
-        {"beginning of a PES packet", 0x87, true, 100, {0x39, 87, 0x00, 0xFF, 0xFF}, 7},
-        {"end of a PES packet", 0x83, false, 5, {0x39, 182, 0x00, 0xFF, 0xFF}, 7},
-        {"one byte short", 0x83, false, 187, {0x39, 0, 7, 7, 7}, 7},
-        {"two bytes short", 0x83, false, 186, {0x39, 1, 0x00, 7, 7}, 7},
-        {"full", 0x83, false, 188, {0x19, 7, 7, 7, 7}, 7},
+        {"section", {0x19, 7, 7, 0xFF, 0xFF}, 0x83, true, 6, 0xFF},
+        {"beginning of a PES packet", {0x39, 87, 0x00, 0xFF, 0xFF}, 0x87, true, 100, 7},
+        {"end of a PES packet", {0x39, 182, 0x00, 0xFF, 0xFF}, 0x83, false, 5, 7},
+        {"one byte short", {0x39, 0, 7, 7, 7}, 0x83, false, 187, 7},
+        {"two bytes short", {0x39, 1, 0x00, 7, 7}, 0x83, false, 186, 7},
+        {"full", {0x19, 7, 7, 7, 7}, 0x83, false, 188, 7},
     };
-    for (const auto& [what, type, start, valid, begin, last] : cases) {
+    for (const auto& [what, begin, type, start, valid, last] : cases) {
         epld_model device = with_stream_slots();
-        write_at(device, 800, packet(4368, start, 7));
+        write_at(device, 800, packet(start && type == 0x83 ? time_pid : subtitle_pid, start, 7));
         write_at(device, 4, {type, 25, 0, valid});
         ts_packet sent{};
         ASSERT_TRUE(send_packet(device, sent)) << what;

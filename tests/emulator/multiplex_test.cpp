@@ -9,7 +9,6 @@
 #include <memory>
 #include <unistd.h>
 
-using testing::Contains;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
@@ -95,8 +94,8 @@ TEST(Multiplex, FillsAStreamOfItsOwnWithClockAndNullPackets)
     ts_content content = send(*stream, {}, 999'000, *statistics);
     EXPECT_THAT(content.complaints, IsEmpty());
     EXPECT_EQ(content.packets[0], 10);
-    EXPECT_EQ(content.packets[4097], 25);
-    EXPECT_NEAR(content.packets[0x1FFF], 1025 - 10 - 25, 2);
+    EXPECT_EQ(content.packets[4097], 40);
+    EXPECT_NEAR(content.packets[0x1FFF], 1040 - 10 - 40, 2);
     EXPECT_THAT(content.counter_errors, IsEmpty());
 }
 
@@ -109,7 +108,7 @@ TEST(Multiplex, CountsTheSameWhenNothingIsWritten)
     for (std::int64_t until_us = 0; until_us < 999'000; until_us += 370)
         run_multiplex(*stream, {}, device, *statistics, until_us);
     EXPECT_EQ(statistics->by_pid[0].packets, 10U);
-    EXPECT_EQ(statistics->by_pid[4097].packets, 25U);
+    EXPECT_EQ(statistics->by_pid[4097].packets, 40U);
     EXPECT_NEAR(static_cast<double>(statistics->tables[0].longest_gap_us), 100'000, 2000);
 }
 
@@ -123,9 +122,9 @@ TEST(Multiplex, ReplacesTheNullPacketsAndTablesOfAnEncoder)
     ts_content content = send(*stream, encoder, 2'000'000, *statistics);
     EXPECT_EQ(content.packets[4113], 10);
     EXPECT_EQ(content.packets[0x123], 0); // the encoder's own PMT
-    EXPECT_EQ(content.packets[4097], 25); // its clock, where the PMTs of the device point
+    EXPECT_EQ(content.packets[4097], 40); // its clock, where the PMTs of the device point
     EXPECT_EQ(content.packets[0], 10);    // the device's
-    EXPECT_EQ(content.packets[0x1FFF], 1000 - 10 - 25 - 10);
+    EXPECT_EQ(content.packets[0x1FFF], 1000 - 10 - 40 - 10);
 }
 
 TEST(Multiplex, RefusesWhatIsNoEncoderStream)

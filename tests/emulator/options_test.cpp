@@ -12,6 +12,7 @@ launch_options parse(std::vector<std::string> words)
     static std::vector<std::string> kept; // what the result points to
     kept = std::move(words);
     std::vector<char*> argv;
+    argv.reserve(kept.size() + 1);
     for (std::string& word : kept)
         argv.push_back(word.data());
     const int argc = static_cast<int>(argv.size());

@@ -52,7 +52,7 @@ TEST(StreamTransfer, HeadsAPesPacket)
 
 struct load {
     std::int32_t written;
-    std::uint8_t type; ///< acknowledged, as the idle device takes the slot up at once
+    std::uint8_t type;
     std::uint8_t packets_minus_one;
     std::uint8_t last_size;
 };
@@ -63,10 +63,10 @@ TEST(StreamTransfer, CutsAPesPacketIntoLoads)
         std::uint32_t size;
         std::vector<load> loads;
     } cases[] = {
-        {150, {{168, 0x8F, 0, 168}}},
-        {170, {{188, 0x8F, 0, 188}}},
-        {171, {{193, 0x8F, 1, 5}}},
-        {2000, {{1504, 0x8F, 7, 188}, {554, 0x8B, 2, 178}}},
+        {150, {{168, 0x87, 0, 168}}},
+        {170, {{188, 0x87, 0, 188}}},
+        {171, {{193, 0x87, 1, 5}}},
+        {2000, {{1504, 0x87, 7, 188}, {554, 0x83, 2, 178}}},
     };
     for (const auto& [size, loads] : cases) {
         streaming run(size);

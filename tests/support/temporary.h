@@ -25,7 +25,7 @@ std::string read_file(const std::filesystem::path& path);
 
 /// Sets environment variables; at the end of its scope they are unset again.
 struct environment {
-    environment(std::initializer_list<std::pair<std::string, std::string>> settings);
+    environment(std::initializer_list<std::pair<std::string, std::string>> wanted);
     ~environment();
     environment(const environment&) = delete;
     environment& operator=(const environment&) = delete;
