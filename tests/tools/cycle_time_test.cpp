@@ -1,0 +1,54 @@
+#include "cycle_time.h"
+
+#include "capture.h"
+#include "temporary.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct sized_block {
+    std::vector<std::uint8_t> bytes;
+    block payload;
+
+    explicit sized_block(std::uint32_t length)
+        : bytes(length)
+        , payload{.length = length, .buffer = bytes.data()}
+    {
+    }
+};
+
+} // namespace
+
+// A packet goes out in six blocks of 31 bytes and one of 2: 6 * (20 + 279) + (20 + 18) clock periods. A
+// look at a slot sets the address (38) and reads a byte (39). A load looks at its slot, sets the address
+// three times and writes two bytes of length and one of type (29 each); one into slot 0 also looks for
+// the acknowledgement of slot 1.
+TEST(CycleTime, CountsWhatTheDaemonAsksOfTheBus)
+{
+    constexpr std::uint64_t packet = 6 * 299 + 38;
+    constexpr std::uint64_t look = 38 + 39;
+    constexpr std::uint64_t load = look + 3 * 38ULL + 3 * 29ULL;
+    sized_block short_set(150);
+    sized_block long_set(2000); // eight packets in one load, three in another
+    sized_block refresh(23);
+    driver_state state{.epld_version = 3, .multi_service = true, .service_count = 2};
+    state.streams[0] = {.display_set = &short_set.payload, .refresh = &refresh.payload};
+    state.streams[1] = {.display_set = &long_set.payload, .refresh = &refresh.payload};
+
+    const auto cost = measure_cycle(state);
+    ASSERT_TRUE(cost);
+    EXPECT_EQ(cost->slot_packets, 8U);
+    EXPECT_EQ(cost->clock_periods, 14 * packet + 5 * load + 3 * look);
+    EXPECT_EQ(cost->requests, 14U * 7 + 5 * 8 + 3 * 2);
+}
+
+TEST(CycleTime, ReadsTheSettingsForTheNewGeneration)
+{
+    const environment settings{{"PREF_SYSTEM_ENCODER_1_AUDIO_ENABLED", "true"}};
+    std::optional<driver_state> state;
+    EXPECT_EQ(stdout_of([&] { state = read_settings(); }), ""); // the report is not disturbed
+    ASSERT_TRUE(state);
+    EXPECT_TRUE(state->audio_enabled);
+    EXPECT_EQ(state->epld_version, 3U);
+}

@@ -1,0 +1,6 @@
+#pragma once
+
+/// The whole program: reads the command line and the settings, writes the pictures, and the report on
+/// standard output. Returns the exit status: 0 when all is well, 1 when something is broken, 2 when
+/// there was no preview.
+int run_preview(int argc, char** argv);

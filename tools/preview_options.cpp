@@ -1,0 +1,113 @@
+#include "preview_options.h"
+
+#include "resources.h"
+
+#include <array>
+#include <cstddef>
+#include <getopt.h>
+#include <iterator>
+#include <string_view>
+
+namespace {
+
+/// So that names of icons and logos still fit behind it, as they do on the board.
+constexpr std::size_t resources_path_max = 127;
+
+struct option_rule {
+    const char* name = nullptr;
+    const char* argument = nullptr;
+    const char* meaning = nullptr;
+    std::string preview_options::*place = nullptr;
+};
+
+constexpr option_rule rules[] = {
+    {"resources", "FOLDER", "where the XML files, icons and logos lie\n(/usr/playout/.medias/resources)",
+        &preview_options::resources},
+    {"background", "COLOUR|FILE",
+        "what the picture lies on: a colour as 203040, or a PNG file,\nstretched to the screen (606060)",
+        &preview_options::background},
+    {"output", "FOLDER", "where the pictures go; made when it is not there (preview)",
+        &preview_options::output},
+    {"article", "CODE", "show this article only (all)", &preview_options::article},
+};
+
+constexpr int help_value = static_cast<int>(std::size(rules));
+using option_list = std::array<option, std::size(rules) + 2>;
+
+option_list long_options()
+{
+    option_list known{};
+    for (std::size_t i = 0; i < std::size(rules); ++i)
+        known[i] = {
+            .name = rules[i].name, .has_arg = required_argument, .flag = nullptr, .val = static_cast<int>(i)};
+    known[std::size(rules)] = {.name = "help", .has_arg = no_argument, .flag = nullptr, .val = help_value};
+    return known;
+}
+
+void take_option(preview_options& options, const option_rule& rule, const char* value)
+{
+    options.*rule.place = value;
+    if ((options.*rule.place).empty())
+        options.error = std::string("--") + rule.name + " needs a value";
+}
+
+void complete_resources(preview_options& options)
+{
+    if (!options.resources.empty() && options.resources.back() != '/')
+        options.resources += '/';
+    if (options.resources.size() > resources_path_max)
+        options.error = "the path of the resources folder is too long: go there and use --resources .";
+}
+
+} // namespace
+
+preview_options parse_preview_options(int argc, char** argv)
+{
+    static_assert(resources_directory.size() <= resources_path_max);
+    preview_options options;
+    const auto known = long_options();
+    opterr = 0;
+    optind = 0; // forget an earlier command line altogether
+    for (int value = 0; (value = getopt_long(argc, argv, "h", known.data(), nullptr)) != -1;) {
+        options.help = value == 'h' || value == help_value;
+        if (options.help)
+            return options;
+        if (value < 0 || value > help_value)
+            options.error = std::string("unknown option, or one without its value: ") + argv[optind - 1];
+        else
+            take_option(options, rules[value], optarg);
+        if (!options.error.empty())
+            return options;
+    }
+    if (optind < argc)
+        options.error = std::string("what is \"") + argv[optind] + "\" for?";
+    complete_resources(options);
+    return options;
+}
+
+std::string preview_help()
+{
+    std::string text =
+        "Usage: tsinsert-preview [options]\n\n"
+        "Shows what viewers will see: draws and encodes the articles of this host as the daemon does,\n"
+        "decodes them again, and writes a picture of each screen and a report. The daemon's settings\n"
+        "are environment variables, as on the board; PREF_SYSTEM_NETWORK_HOSTNAME chooses the articles.\n"
+        "Values in brackets hold where an option is not given.\n\n";
+    constexpr std::size_t column = 29;
+    for (const option_rule& rule : rules) {
+        std::string head = std::string("  --") + rule.name + " " + rule.argument;
+        head.resize(column, ' ');
+        text += head;
+        for (const char character : std::string_view(rule.meaning)) {
+            text += character;
+            if (character == '\n')
+                text.append(column, ' ');
+        }
+        text += '\n';
+    }
+    return text
+        + "  --help                     this text\n\n"
+          "Exit status: 0 when all is well, 1 when viewers would see something broken or the daemon would\n"
+          "not start (the report says what), 2 when there was no preview (wrong options, a picture that\n"
+          "cannot be read or written).\n";
+}

@@ -1,0 +1,170 @@
+#include "shop.h"
+
+#include "articles.h"
+#include "file_handles.h"
+#include "formatted.h"
+#include "logo.h"
+#include "settings.h"
+#include "startup.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+
+namespace {
+
+constexpr const char* host_setting = "PREF_SYSTEM_NETWORK_HOSTNAME";
+
+void add(finding_list& findings, severity level, std::string text)
+{
+    findings.push_back({.level = level, .text = std::move(text)});
+}
+
+/// Where and why a file is not well-formed XML; empty when it is. The daemon uses what stands before.
+std::string xml_problem(std::FILE* file)
+{
+    const owned_xml_parser parser(XML_ParserCreate(nullptr));
+    std::array<char, 16384> bytes{};
+    for (bool last = false; !last;) {
+        const std::size_t count = std::fread(bytes.data(), 1, bytes.size(), file);
+        last = count < bytes.size();
+        if (XML_Parse(parser.get(), bytes.data(), static_cast<int>(count), last ? XML_TRUE : XML_FALSE)
+            != XML_STATUS_OK)
+            return formatted("is not well-formed in line %lu, column %lu (%s): what follows is not used",
+                XML_GetCurrentLineNumber(parser.get()), XML_GetCurrentColumnNumber(parser.get()) + 1,
+                XML_ErrorString(XML_GetErrorCode(parser.get())));
+    }
+    return "";
+}
+
+/// As the daemon opens it: for writing too.
+void check_file(shop& found, const std::string& path)
+{
+    const owned_file file(std::fopen(path.c_str(), "r+"));
+    const std::string problem = file
+        ? xml_problem(file.get())
+        : formatted("cannot be opened for reading and writing: %s", std::strerror(errno));
+    if (!problem.empty())
+        add(found.findings, severity::broken, path + " " + problem);
+}
+
+std::string text_or_empty(const char* text)
+{
+    return text == nullptr ? "" : text;
+}
+
+std::string reason_to_drop(const item& article, const std::string& host, std::uint32_t kept)
+{
+    if (article.ovu == nullptr)
+        return "it names no host (ovu)";
+    if (article.ovu != host)
+        return formatted("it is for host %s", article.ovu);
+    return kept == services_max ? formatted("%u articles of this host stand before it", services_max) : "";
+}
+
+/// What the filter by host will drop, while all articles are still there.
+void note_dropped(shop& found, const std::string& host)
+{
+    std::uint32_t kept = 0;
+    for (const item* article = found.articles.get(); article != nullptr; article = article->next) {
+        const std::string reason = reason_to_drop(*article, host, kept);
+        if (reason.empty())
+            ++kept;
+        else
+            found.dropped.push_back({.code = text_or_empty(article->code), .reason = reason});
+    }
+}
+
+std::string hosts_of(const item* article)
+{
+    std::map<std::string, int> hosts;
+    for (; article != nullptr; article = article->next)
+        if (article->ovu != nullptr)
+            ++hosts[article->ovu];
+    std::string list;
+    for (const auto& [host, count] : hosts)
+        list += formatted("%s%s (%d)", list.empty() ? "" : ", ", host.c_str(), count);
+    return list.empty() ? "none" : list;
+}
+
+void keep_host(shop& found)
+{
+    const auto setting = text_setting(host_setting);
+    if (!setting)
+        add(found.findings, severity::broken,
+            formatted("%s is not set: no article is this host's", host_setting));
+    const std::string host(setting.value_or(""));
+    const std::string hosts = hosts_of(found.articles.get());
+    note_dropped(found, host);
+
+    item* first = found.articles.release();
+    found.shown =
+        static_cast<std::uint32_t>(PurgeDataBase(&first, setting ? host.c_str() : nullptr, services_max));
+    found.articles.reset(first);
+    if (found.shown == 0)
+        add(found.findings, severity::broken,
+            "no article for this host; the article file has these hosts: " + hosts);
+}
+
+/// The parser looked for them in the daemon's own directory.
+void find_logos(shop& found, const std::string& folder)
+{
+    for (item* article = found.articles.get(); article != nullptr; article = article->next) {
+        std::free(article->logo);
+        article->logo = find_logo(article->brand, folder);
+    }
+}
+
+void check_settings(shop& found)
+{
+    if (output_is_ethernet())
+        add(found.findings, severity::broken, "PREF_SYSTEM_STREAMER_1_OUTPUT is \"Ethernet\": no subtitles");
+    if (!setting_equals("PREF_SYSTEM_ENCODER_1_DVB_MULTI_SERVICES", "true"))
+        add(found.findings, severity::broken,
+            "PREF_SYSTEM_ENCODER_1_DVB_MULTI_SERVICES is not \"true\": no subtitles");
+}
+
+} // namespace
+
+void article_releaser::operator()(item* first) const
+{
+    while (first != nullptr) {
+        item* const next = first->next;
+        item_Delete(first);
+        std::free(first);
+        first = next;
+    }
+}
+
+void layout_releaser::operator()(layout_region* first) const
+{
+    while (first != nullptr) {
+        layout_region* const next = first->next;
+        std::free(first->name);
+        std::free(first->font);
+        std::free(first);
+        first = next;
+    }
+}
+
+shop load_shop(const std::string& folder)
+{
+    const std::string article_file = folder + "infostv.xml";
+    const std::string reference_file = folder + "referencieltv.xml";
+    const std::string layout_file = folder + "layout.xml";
+    shop found;
+    check_settings(found);
+    check_file(found, article_file);
+    found.articles.reset(ParseXMLInfostv(article_file.c_str()));
+    keep_host(found);
+    if (found.shown == 0)
+        return found;
+    check_file(found, reference_file);
+    ParseXMLReferencieltv(reference_file.c_str(), found.articles.get());
+    find_logos(found, folder);
+    check_file(found, layout_file);
+    found.layout.reset(ParseXMLLayout(layout_file.c_str()));
+    return found;
+}
