@@ -142,7 +142,7 @@ launch_options parse_command_line(int argc, char** argv)
     launch_options options;
     const std::vector<option> known = long_options();
     opterr = 0;
-    optind = 1;
+    optind = 0; // begin anew, whatever was read before (getopt_long(3), NOTES)
     for (int value = 0; (value = getopt_long(argc, argv, "+h", known.data(), nullptr)) != -1;) {
         if (value == 'h' || value == help_value) {
             options.help = true;

@@ -4,8 +4,7 @@
 
 namespace {
 
-/// The device looks for a loaded slot from slot 0 on, so slot 0 must not be armed before it has found
-/// slot 1.
+/// Slot 0 must not be armed before the device has taken slot 1 up, or it could send slot 0 first.
 const stream_slot* slot_to_await(const insertion_state& insertion)
 {
     return insertion.current_slot == 0 ? &insertion.slots[1] : nullptr;

@@ -68,7 +68,7 @@ void write_length(int fd, const stream_slot& slot, std::uint32_t written)
 {
     const auto [full, last_size] = count_packets(written);
     send_i2c_offset(fd, slot.header_address + 2);
-    send_i2c_byte(fd, static_cast<std::uint8_t>(full << 5 | (slot.data_address & 0x1F)));
+    send_i2c_byte(fd, static_cast<std::uint8_t>(std::uint32_t{full} << 5 | (slot.data_address & 0x1F)));
     send_i2c_byte(fd, last_size);
 }
 
