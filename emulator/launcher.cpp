@@ -154,11 +154,13 @@ void add_to_variable(const char* name, const std::string& value, char separator)
     setenv(name, (present == nullptr ? value : value + separator + present).c_str(), 1);
 }
 
-/// The library as a descriptor: LD_PRELOAD takes a blank or a colon in a path for its end.
+/// LD_PRELOAD takes a blank or a colon in a path for its end; such a library is named by a descriptor.
 std::string preload_path()
 {
-    const int library = open(library_path().c_str(), O_RDONLY);
-    return "/proc/self/fd/" + std::to_string(library);
+    const std::string path = library_path().string();
+    if (path.find_first_of(" :") == std::string::npos)
+        return path;
+    return "/proc/self/fd/" + std::to_string(open(path.c_str(), O_RDONLY));
 }
 
 [[noreturn]] void become_daemon(const launch_options& options, emulation& run, int memory_descriptor)

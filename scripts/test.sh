@@ -3,7 +3,7 @@
 # Installs what is missing (Debian packages). Usage: scripts/test.sh [arguments of ctest]
 . "$(dirname "$0")/common.sh"
 
-need_packages "${build_packages[@]}" libgtest-dev libgmock-dev ffmpeg tshark procps
+need_packages "${build_packages[@]}" libgtest-dev libgmock-dev fonts-liberation fonts-dejavu-core ffmpeg tshark tstools
 build dev
 say "running all tests"
 ctest --preset dev -j "$(nproc)" "$@" || fail "a test failed: its output is above"

@@ -51,13 +51,14 @@ std::string first_sentence(const std::string& summary)
 
 std::string command_line(const run_request& request)
 {
-    std::string line = "env -i PATH=/usr/bin:/bin";
+    std::string line =
+        "env -i PATH=/usr/bin:/bin LSAN_OPTIONS=print_suppressions=0:suppressions=" KNOWN_LEAKS;
     for (const auto& [name, value] : request.settings)
         line += " " + name + "=" + quoted(value);
     line += std::string(" ") + EMULATOR;
     for (const std::string& option : request.options)
         line += " " + quoted(option);
-    return line + " -- " + DAEMON;
+    return line + " -- " + request.program;
 }
 
 run_result run_daemon_emulated(const run_request& request)

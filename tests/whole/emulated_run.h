@@ -15,6 +15,7 @@ using setting_list = std::vector<std::pair<std::string, std::string>>;
 struct run_request {
     std::vector<std::string> options{}; ///< of the emulator
     setting_list settings{};
+    std::string program = DAEMON;
 };
 
 struct recorded_request {
