@@ -76,7 +76,7 @@ void set_text(text_style& style, std::string_view text)
     std::size_t length = std::min(text.size(), text_limit_bytes);
     if (length < text.size()) {
         std::size_t start = length; // of the character that the cut may go through
-        while (start > length - longest_character && is_continuation(text[start]))
+        while (start > length - (longest_character - 1) && is_continuation(text[start]))
             --start;
         if (!is_continuation(text[start]))
             length = start;
