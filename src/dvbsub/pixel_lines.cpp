@@ -1,5 +1,9 @@
 #include "pixel_lines.h"
 
+#include "equal_run.h"
+
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdio>
 #include <span>
@@ -8,10 +12,25 @@ namespace {
 
 constexpr std::uint32_t end_of_object_line_code = 0xF0;
 
-/// Pixels of one colour, one after the other.
+/// Bits in a row, the first of them the most significant.
+struct bit_string {
+    std::uint32_t bits = 0;
+    std::int32_t count = 0;
+};
+
+/// `value` has no more than `count` bits.
+constexpr void append(bit_string& string, std::int32_t count, std::uint32_t value)
+{
+    string.bits = string.bits << count | value;
+    string.count += count;
+}
+
+/// Pixels of one colour, one after the other. `coloured` is false for colour 0, which has codes of its
+/// own.
 struct pixel_run {
-    std::uint8_t colour = 0;
     std::uint32_t length = 0;
+    bool coloured = false;
+    std::uint32_t colour = 0;
 };
 
 /// A code for runs from `shortest` on: the prefix, the length less `shortest`, then the colour.
@@ -26,130 +45,181 @@ struct run_code {
 constexpr run_code run_codes_2bit[] = {{29, 6, 0b000011, 8}, {12, 6, 0b000010, 4}, {3, 3, 0b001, 3}};
 constexpr run_code run_codes_4bit[] = {{25, 8, 0b0000'1111, 8}, {9, 8, 0b0000'1110, 4}, {4, 6, 0b0000'10, 2}};
 
-void write_long_run(
-    bit_writer& out, std::span<const run_code> codes, const pixel_run& run, std::int32_t colour_bits)
+constexpr void append_long_run(
+    bit_string& string, std::span<const run_code> codes, const pixel_run& run, std::int32_t colour_bits)
 {
     for (const auto& [shortest, prefix_bits, prefix, length_bits] : codes) {
         if (run.length < shortest)
             continue;
-        bs_write(out, prefix_bits, prefix);
-        bs_write(out, length_bits, run.length - shortest);
-        bs_write(out, colour_bits, run.colour);
+        append(string, prefix_bits, prefix);
+        append(string, length_bits, run.length - shortest);
+        append(string, colour_bits, run.colour);
         return;
     }
 }
 
-void write_single_2bit(bit_writer& out, std::uint8_t colour)
+constexpr bit_string run_2bit(pixel_run run)
 {
-    if (colour != 0)
-        bs_write(out, 2, colour);
-    else
-        bs_write(out, 4, 0b0001);
-}
-
-void write_pair_2bit(bit_writer& out, std::uint8_t colour)
-{
-    if (colour != 0) {
-        bs_write(out, 2, colour);
-        bs_write(out, 2, colour);
-    } else {
-        bs_write(out, 6, 0b000001);
-    }
-}
-
-void write_run_2bit(bit_writer& out, pixel_run run)
-{
+    bit_string string;
     // No code has these lengths: a single pixel goes first.
     if (run.length == 1 || run.length == 11 || run.length == 28) {
-        write_single_2bit(out, run.colour);
+        append(string, run.coloured ? 2 : 4, run.coloured ? run.colour : 0b0001);
         --run.length;
     }
     if (run.length == 2)
-        write_pair_2bit(out, run.colour);
+        append(string, run.coloured ? 4 : 6, run.coloured ? run.colour * 0b0101 : 0b000001);
     else
-        write_long_run(out, run_codes_2bit, run, 2);
+        append_long_run(string, run_codes_2bit, run, 2);
+    return string;
 }
 
-void write_single_4bit(bit_writer& out, std::uint8_t colour)
+constexpr bit_string run_4bit(pixel_run run)
 {
-    if (colour != 0)
-        bs_write(out, 4, colour);
-    else
-        bs_write(out, 8, 0b0000'1100);
-}
-
-void write_pair_4bit(bit_writer& out, std::uint8_t colour)
-{
-    if (colour != 0) {
-        bs_write(out, 4, colour);
-        bs_write(out, 4, colour);
-    } else {
-        bs_write(out, 8, 0b0000'1101);
-    }
-}
-
-void write_run_4bit(bit_writer& out, pixel_run run)
-{
+    bit_string string;
     // No code has these lengths in these colours (8 of colour 0 has one, but goes like the others).
-    if (run.length == 1 || (run.length == 3 && run.colour != 0) || run.length == 8) {
-        write_single_4bit(out, run.colour);
+    if (run.length == 1 || (run.length == 3 && run.coloured) || run.length == 8) {
+        append(string, run.coloured ? 4 : 8, run.coloured ? run.colour : 0b0000'1100);
         --run.length;
     }
-    if (run.length == 2) {
-        write_pair_4bit(out, run.colour);
-    } else if (run.colour == 0 && run.length >= 3 && run.length <= 9) {
-        bs_write(out, 5, 0b0000'0);
-        bs_write(out, 3, run.length - 2);
-    } else {
-        write_long_run(out, run_codes_4bit, run, 4);
-    }
+    if (run.length == 2)
+        append(string, 8, run.coloured ? run.colour * 0b0001'0001 : 0b0000'1101);
+    else if (!run.coloured && run.length >= 3 && run.length <= 9)
+        append(string, 8, run.length - 2);
+    else
+        append_long_run(string, run_codes_4bit, run, 4);
+    return string;
 }
 
-void write_run_8bit(bit_writer& out, pixel_run run)
+constexpr bit_string run_8bit(pixel_run run)
 {
-    if (run.colour != 0 && run.length <= 2) {
+    bit_string string;
+    if (run.coloured && run.length <= 2) {
         for (; run.length > 0; --run.length)
-            bs_write(out, 8, run.colour);
-        return;
+            append(string, 8, run.colour);
+        return string;
     }
-    bs_write(out, 8, 0);
-    bs_write(out, 1, run.colour != 0 ? 1 : 0);
-    bs_write(out, 7, run.length);
-    if (run.colour != 0)
-        bs_write(out, 8, run.colour);
+    append(string, 8, 0);
+    append(string, 1, run.coloured ? 1 : 0);
+    append(string, 7, run.length);
+    if (run.coloured)
+        append(string, 8, run.colour);
+    return string;
 }
+
+/// The bits of a run of one length in every colour: those of colour 0, or without the colour, and what
+/// each unit of the colour adds.
+struct run_bits {
+    std::uint32_t bits = 0;
+    std::uint16_t per_colour = 0;
+    std::uint8_t count = 0;
+};
+
+/// By length, and for colour 0 and the others.
+template <std::size_t longest> using run_table = std::array<std::array<run_bits, 2>, longest + 1>;
+
+template <std::size_t longest> consteval run_table<longest> tabulate(bit_string (*string_of)(pixel_run))
+{
+    run_table<longest> table{};
+    for (std::uint32_t length = 1; length <= longest; ++length) {
+        for (const std::uint32_t colour : {0U, 1U}) {
+            const bool coloured = colour != 0;
+            const auto base = string_of({.length = length, .coloured = coloured, .colour = 0});
+            const auto next = string_of({.length = length, .coloured = coloured, .colour = colour});
+            table[length][colour] = {.bits = base.bits,
+                .per_colour = static_cast<std::uint16_t>(next.bits - base.bits),
+                .count = static_cast<std::uint8_t>(base.count)};
+        }
+    }
+    return table;
+}
+
+constexpr auto runs_2bit = tabulate<284>(run_2bit);
+constexpr auto runs_4bit = tabulate<280>(run_4bit);
+constexpr auto runs_8bit = tabulate<127>(run_8bit);
 
 /// How the lines of one depth are coded.
 struct code_string {
-    std::uint32_t longest_run = 0;
-    void (*write_run)(bit_writer&, pixel_run) = nullptr;
+    std::span<const std::array<run_bits, 2>> runs;
+    std::uint32_t colour_mask = 0;
     std::int32_t end_code_bits = 0; ///< all of them zero
 };
 
-constexpr code_string code_string_2bit{.longest_run = 284, .write_run = write_run_2bit, .end_code_bits = 6};
-constexpr code_string code_string_4bit{.longest_run = 280, .write_run = write_run_4bit, .end_code_bits = 8};
-constexpr code_string code_string_8bit{.longest_run = 127, .write_run = write_run_8bit, .end_code_bits = 16};
+constexpr code_string code_string_2bit{.runs = runs_2bit, .colour_mask = 0b11, .end_code_bits = 6};
+constexpr code_string code_string_4bit{.runs = runs_4bit, .colour_mask = 0xF, .end_code_bits = 8};
+constexpr code_string code_string_8bit{.runs = runs_8bit, .colour_mask = 0xFF, .end_code_bits = 16};
 
-pixel_run run_at_front(std::span<const std::uint8_t> pixels, std::uint32_t longest)
+/// Gathers the bits of a line, most of them before they become bytes. It takes a `bit_writer` over at
+/// the front of a line and gives it back at the end.
+struct line_writer {
+    std::uint8_t* current = nullptr;
+    std::uint8_t* end = nullptr;
+    std::uint64_t bits = 0;
+    std::int32_t count = 0; ///< below 32 of them are not yet written
+};
+
+line_writer begin_line(const bit_writer& out)
 {
-    pixel_run run{.colour = pixels[0], .length = 1};
-    while (run.length < pixels.size() && run.length < longest && pixels[run.length] == run.colour)
-        ++run.length;
-    return run;
+    const std::int32_t begun = 8 - out.bits_left;
+    const std::uint64_t bits = begun == 0 ? 0 : *out.current >> out.bits_left;
+    return {.current = out.current, .end = out.end, .bits = bits, .count = begun};
+}
+
+/// What does not fit is dropped.
+void write_bytes(line_writer& line, std::int32_t bytes)
+{
+    for (; bytes > 0; --bytes) {
+        line.count -= 8;
+        if (line.current != line.end)
+            *line.current++ = static_cast<std::uint8_t>(line.bits >> line.count);
+    }
+}
+
+void put(line_writer& line, std::int32_t count, std::uint32_t bits)
+{
+    line.bits = line.bits << count | bits;
+    line.count += count;
+    if (line.count >= 32)
+        write_bytes(line, 4);
+}
+
+void end_line(line_writer& line, bit_writer& out)
+{
+    put(line, -line.count & 7, 0);
+    write_bytes(line, line.count / 8);
+    out.current = line.current;
+    out.bits_left = 8;
+}
+
+/// Pixels at the front that have the same index, at most `longest`.
+inline std::size_t run_length(std::span<const std::uint8_t> pixels, std::size_t longest)
+{
+    if (pixels.size() == 1 || pixels[0] != pixels[1]) // where errors were diffused, the most of all
+        return 1;
+    const auto count = static_cast<std::ptrdiff_t>(pixels.size());
+    return std::min(static_cast<std::size_t>(equal_run<1>({pixels.data()}, count)), longest);
+}
+
+template <const code_string& code> void put_run(line_writer& line, std::uint8_t colour, std::size_t length)
+{
+    const run_bits& run = code.runs[length][colour != 0 ? 1 : 0];
+    put(line, run.count, run.bits + (colour & code.colour_mask) * run.per_colour);
 }
 
 /// A line of no pixels is its end code alone.
-void write_line(bit_writer& out, const code_string& code, const subpicture_region& region, std::uint32_t line)
+template <const code_string& code>
+void write_line(bit_writer& out, const subpicture_region& region, std::uint32_t number)
 {
     const plane& indices = region.picture->planes[0];
-    std::span<const std::uint8_t> pixels(indices.pixels + std::ptrdiff_t{line} * indices.pitch, region.width);
+    std::span<const std::uint8_t> pixels(
+        indices.pixels + std::ptrdiff_t{number} * indices.pitch, region.width);
+    line_writer line = begin_line(out);
     while (!pixels.empty()) {
-        const pixel_run run = run_at_front(pixels, code.longest_run);
-        code.write_run(out, run);
-        pixels = pixels.subspan(run.length);
+        const std::size_t length = run_length(pixels, code.runs.size() - 1);
+        put_run<code>(line, pixels[0], length);
+        pixels = pixels.subspan(length);
     }
-    bs_write(out, code.end_code_bits, 0);
-    bs_align_0(out);
+    put(line, code.end_code_bits, 0);
+    end_line(line, out);
 }
 
 struct sub_block {
@@ -193,15 +263,15 @@ void encode_pixel_data(bit_writer& out, const subpicture_region& region, std::ui
 
 void encode_pixel_line_2bp(bit_writer& out, const subpicture_region& region, std::uint32_t line)
 {
-    write_line(out, code_string_2bit, region, line);
+    write_line<code_string_2bit>(out, region, line);
 }
 
 void encode_pixel_line_4bp(bit_writer& out, const subpicture_region& region, std::uint32_t line)
 {
-    write_line(out, code_string_4bit, region, line);
+    write_line<code_string_4bit>(out, region, line);
 }
 
 void encode_pixel_line_8bp(bit_writer& out, const subpicture_region& region, std::uint32_t line)
 {
-    write_line(out, code_string_8bit, region, line);
+    write_line<code_string_8bit>(out, region, line);
 }
