@@ -2,6 +2,7 @@
 
 #include "encoder.h"
 #include "picture.h"
+#include "releaser.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -9,12 +10,6 @@
 #include <span>
 #include <vector>
 
-template <auto release> struct releaser {
-    template <typename record> void operator()(record* owned) const
-    {
-        release(owned);
-    }
-};
 using page_owner = std::unique_ptr<subpicture, releaser<subpicture_Delete>>;
 using region_owner = std::unique_ptr<subpicture_region, releaser<subpicture_region_Delete>>;
 using encoder_owner = std::unique_ptr<encoder, releaser<CloseEncoder>>;
