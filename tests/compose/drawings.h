@@ -5,73 +5,51 @@
 #include "surface_region.h"
 #include "temporary.h"
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <ostream>
 #include <string>
 
-using owned_subpicture = std::unique_ptr<subpicture, releaser<subpicture_Delete>>;
+/// The colours of these tests, multiplied by alpha, and what a region makes of them. Transparency is
+/// a full stop, 'r' half transparent red.
+struct letter_colour {
+    char letter = '?';
+    std::uint32_t argb = 0;
+    yuva pixel;
+};
+inline constexpr letter_colour letter_colours[] = {{'.', 0x00000000, {16, 128, 128, 0}},
+    {'K', 0xFF000000, {16, 128, 128, 255}}, {'W', 0xFFFFFFFF, {235, 128, 128, 255}},
+    {'R', 0xFFFF0000, {82, 90, 240, 255}}, {'G', 0xFF00FF00, {144, 54, 34, 255}},
+    {'B', 0xFF0000FF, {41, 240, 110, 255}}, {'Y', 0xFFFFFF00, {210, 16, 146, 255}},
+    {'C', 0xFF00FFFF, {169, 166, 16, 255}}, {'M', 0xFFFF00FF, {107, 202, 222, 255}},
+    {'r', 0x80800000, {49, 109, 184, 128}}};
 
-/// An empty display set of the usual display, 720 x 576.
-owned_subpicture new_display_set();
-
-/// What one drawing operation, given an empty display set, has left behind.
+/// What a drawing operation has left behind in an empty display set of 720 x 576.
 struct outcome {
-    std::int32_t result = 1;
-    std::string messages;
-    owned_subpicture display_set = new_display_set();
+    std::unique_ptr<subpicture, releaser<subpicture_Delete>> display_set{subpicture_New(1, 720, 576)};
+    std::string report; ///< result, regions and messages: "0 60x40+7+9", "-1: Error: Region out of display\n"
 };
 outcome outcome_of(const std::function<std::int32_t(subpicture*)>& draw);
 
-/// Its first region, or null. It lives as long as the outcome.
-const subpicture_region* region_of(const outcome& drawn);
-
 /// A "YUVA" format at (40, 30) unless told otherwise.
-region_format yuva_format(
-    std::uint32_t width, std::uint32_t height, std::uint32_t x = 40, std::uint32_t y = 30);
+inline region_format yuva_format(
+    std::uint32_t width, std::uint32_t height, std::uint32_t x = 40, std::uint32_t y = 30)
+{
+    return {chroma_yuva, width, height, x, y, 32};
+}
 
-std::size_t region_count(const subpicture& display_set);
+/// The letter of a pixel of the first region; '?' for any other colour.
+char letter_at(const outcome& drawn, std::uint32_t x, std::uint32_t y);
 
-/// "WxH+X+Y" of a region, from its own fields, its picture and its four planes where they agree;
-/// what disagrees is told.
-std::string shape_of(const subpicture_region* region);
+/// The letters in the middle of so many equal parts of its column `x`, from the top down.
+std::string letters_of(const outcome& drawn, std::uint32_t x, std::uint32_t parts);
 
-yuva pixel_of(const subpicture_region* region, std::uint32_t column, std::uint32_t line);
+/// The edges of all that has another letter than `background` in the first region, or in its lines from
+/// `top` to `bottom`: left, top, right and bottom. Without such pixels right and bottom are 0.
+std::array<std::uint32_t, 4> ink_of(
+    const outcome& drawn, char background, std::uint32_t top = 0, std::uint32_t bottom = 0xFFFF);
 
-/// The smallest rectangle around all pixels of another colour than `background`, its right and bottom
-/// edges exclusive; all zero when there is none.
-struct box {
-    int left = 0;
-    int top = 0;
-    int right = 0;
-    int bottom = 0;
-
-    bool operator==(const box&) const = default;
-};
-box ink_of(const subpicture_region* region, const yuva& background);
-
-/// The same in the first lines only.
-box ink_of(const subpicture_region* region, const yuva& background, std::uint32_t lines);
-
-std::ostream& operator<<(std::ostream& out, const yuva& pixel);
-std::ostream& operator<<(std::ostream& out, const box& ink);
-
-/// What cairo itself says of a text in a font of that size.
-cairo_text_extents_t extents_of(const char* font, double size, const char* text);
-
-/// Writes a PNG file of that name, drawn with cairo on a surface of that pixel format.
-std::string write_png(const temporary_folder& folder, const std::string& name, int width, int height,
-    const std::function<void(cairo_t*)>& draw, cairo_format_t pixel_format = CAIRO_FORMAT_ARGB32);
-
-/// The same in one colour, 0xAARRGGBB and not multiplied by alpha.
+/// Writes a PNG file of that name with the colours of four letters in its quarters. Returns its path.
 std::string write_png(
-    const temporary_folder& folder, const std::string& name, int width, int height, std::uint32_t colour);
-
-inline constexpr yuva transparent{16, 128, 128, 0};
-inline constexpr yuva opaque_black{16, 128, 128, 255};
-inline constexpr yuva opaque_white{235, 128, 128, 255};
-inline constexpr yuva opaque_red{82, 90, 240, 255};
-inline constexpr yuva opaque_green{144, 54, 34, 255};
-inline constexpr yuva opaque_blue{41, 240, 110, 255};
-inline constexpr yuva half_red{49, 109, 184, 128};
+    const temporary_folder& folder, const std::string& name, int width, int height, const char* quarters);

@@ -1,368 +1,123 @@
 #include "text_region.h"
 
-#include "capture.h"
 #include "drawings.h"
 
 #include <algorithm>
-#include <cmath>
-#include <gtest/gtest.h>
-#include <limits>
-#include <string>
-#include <string_view>
+#include <gmock/gmock.h>
 
 namespace {
 
-constexpr const char* font = "Arial";
-constexpr rgba black{.alpha = 1};
-constexpr rgba white{.red = 1, .green = 1, .blue = 1, .alpha = 1};
-constexpr rgba red{.red = 1, .alpha = 1};
-constexpr rgba green{.green = 1, .alpha = 1};
-
-void set_text(text_style& style, std::string_view text)
-{
-    std::ranges::fill(style.text, '\0');
-    std::ranges::copy(text, style.text.begin());
-}
+using testing::ElementsAre;
 
 /// White on black.
-text_style style_of(std::string_view text, double size = 40)
+text_style style_of(std::string_view text, double size = 40, const char* font = "Arial")
 {
-    text_style style{.background = black, .foreground = white, .font_size = size, .font = font};
-    set_text(style, text);
+    text_style style{{.alpha = 1}, {1, 1, 1, 1}, size, font};
+    std::ranges::copy(text, style.text.begin());
     return style;
 }
 
-outcome add_text(region_format& format, const text_style& style, bool adjust = false)
+outcome add_text(const text_style& style, bool adjust = false, region_format format = yuva_format(100, 50))
 {
-    return outcome_of(
-        [&](subpicture* display_set) { return AddTextSubtitle(&format, &style, display_set, adjust); });
+    return outcome_of([&](subpicture* set) { return AddTextSubtitle(&format, &style, set, adjust); });
 }
 
-TEST(RegionAttributes, AreCopied)
+TEST(TextStyle, ComesFromTheLayout)
 {
-    palette colours;
-    region_format format{.chroma = 1, .bits_per_pixel = 2, .palette = &colours};
-    getRegionAttributes(format, {.width = 3, .height = -4, .x_pos = -20, .y_pos = 6});
-    EXPECT_EQ(format.width, 3);
-    EXPECT_EQ(format.height, 4'294'967'292);
-    EXPECT_EQ(format.x, 4'294'967'276);
-    EXPECT_EQ(format.y, 6);
-    EXPECT_EQ(format.chroma, 1);
-    EXPECT_EQ(format.bits_per_pixel, 2);
-    EXPECT_EQ(format.palette, &colours);
-}
-
-TEST(TextAttributes, AreCopied)
-{
-    char family[] = "Sans";
-    auto style = style_of("kept");
-    const auto next = style;
-    style.x = 1;
-    style.next = &next;
-    getTextAttributes(
-        style, {.backgroundColor = 0x80FF8000, .foregroundColor = 0x330000FF, .size = -12, .font = family});
-    EXPECT_EQ(style.background.red, 1.0);
-    EXPECT_EQ(style.background.green, 128 / 255.0);
-    EXPECT_EQ(style.background.blue, 0.0);
-    EXPECT_EQ(style.background.alpha, 128 / 255.0);
-    EXPECT_EQ(style.foreground.blue, 1.0);
-    EXPECT_EQ(style.foreground.alpha, 0.2);
-    EXPECT_EQ(style.font_size, -12.0);
-    EXPECT_EQ(style.font, family);
-    EXPECT_STREQ(style.text.data(), "kept");
-    EXPECT_EQ(style.x, 1.0);
-    EXPECT_EQ(style.next, &next);
+    char font[] = "Sans";
+    const layout_region region{{}, 3, -4, -20, 6, 0x80FF8000, 0x330000FF, -12, font};
+    region_format format;
+    getRegionAttributes(format, region);
+    EXPECT_THAT((std::array{format.width, format.height, format.x, format.y}),
+        ElementsAre(3, 4'294'967'292, 4'294'967'276, 6));
+    text_style style;
+    getTextAttributes(style, region);
+    const auto& [background, foreground, size, family, x, y, text, next] = style;
+    const auto& [red, green, blue, alpha] = background;
+    EXPECT_THAT((std::array{red, green, blue, alpha, foreground.blue, foreground.alpha, size}),
+        ElementsAre(1.0, 128 / 255.0, 0.0, 128 / 255.0, 1.0, 0.2, -12.0));
+    EXPECT_EQ(family, font);
 }
 
 TEST(TextRegion, HasItsBaselineOneFontSizeBelowTheTop)
 {
-    auto format = yuva_format(300, 80);
-    const auto added = add_text(format, style_of("HE"));
-    EXPECT_EQ(added.result, 0);
-    EXPECT_EQ(added.messages, "");
-    ASSERT_EQ(shape_of(region_of(added)), "300x80+40+30");
-    const auto extents = extents_of(font, 40, "HE");
-    const box ink = ink_of(region_of(added), opaque_black);
-    EXPECT_NEAR(ink.left, extents.x_bearing, 1);
-    EXPECT_NEAR(ink.right, extents.x_bearing + extents.width, 1);
-    EXPECT_NEAR(ink.top, 40 + extents.y_bearing, 1);
-    EXPECT_EQ(ink.bottom, 40);
-}
-
-TEST(TextRegion, HasTheColoursOfItsStyle)
-{
     auto style = style_of("HHHHHHHH", 100);
     style.background = {.red = 1, .alpha = 128 / 255.0};
-    style.foreground = green;
-    auto format = yuva_format(200, 120);
-    const auto added = add_text(format, style);
-    EXPECT_EQ(pixel_of(region_of(added), 199, 119), half_red);
-    const box ink = ink_of(region_of(added), half_red);
-    EXPECT_EQ(ink.right, 200) << "cut at the region's edge";
-    const auto stem = static_cast<std::uint32_t>(extents_of(font, 100, "H").x_bearing + 4);
-    EXPECT_EQ(pixel_of(region_of(added), stem, 60), opaque_green);
+    style.foreground = {.green = 1, .alpha = 1};
+    const auto added = add_text(style, false, yuva_format(200, 120));
+    EXPECT_EQ(letters_of(added, 13, 4), "rGGr");
+    const auto [left, top, right, bottom] = ink_of(added, 'r');
+    EXPECT_EQ(bottom, 100);
+    EXPECT_EQ(right, 200) << "cut at the edge";
 }
 
-constexpr double adjusted_sizes[] = {12, 17.3, 24.7, 40, 40.6, 99.9};
-
-TEST(AdjustedTextRegion, IsAsLargeAsTheInk)
+TEST(TextRegion, ShrinksToTheInkOfTheText)
 {
-    for (const double size : adjusted_sizes) {
-        auto format = yuva_format(1, 1);
-        const auto added = add_text(format, style_of("jHg, ABC", size), true);
-        const auto extents = extents_of(font, size, "jHg, ABC");
-        EXPECT_EQ(added.result, 0) << size;
-        EXPECT_EQ(format.width, std::trunc(extents.width)) << size;
-        EXPECT_EQ(format.height, std::trunc(extents.height)) << size;
-        ASSERT_NE(region_of(added), nullptr) << size;
-        EXPECT_EQ(region_of(added)->width, format.width) << size;
-        EXPECT_EQ(region_of(added)->height, format.height) << size;
-        const box ink = ink_of(region_of(added), opaque_black);
-        EXPECT_LE(ink.left, 1) << size;
-        EXPECT_LE(ink.top, 1) << size;
-        EXPECT_GE(ink.right, static_cast<int>(format.width) - 1) << size;
-        EXPECT_GE(ink.bottom, static_cast<int>(format.height) - 1) << size;
+    for (const double size : {12.0, 17.3, 40.6, 99.9}) {
+        const auto added = add_text(style_of("jHg, ABC", size), true);
+        const auto& region = *added.display_set->regions;
+        const auto [left, top, right, bottom] = ink_of(added, 'K');
+        EXPECT_LE(std::max({left, top, region.width - right, region.height - bottom}), 1) << size;
     }
+    EXPECT_EQ(add_text(style_of("HHHH"), true, yuva_format(1, 1, 700, 566)).report, "0 20x10+700+566");
 }
 
-TEST(AdjustedTextRegion, EndsAtTheBorderOfTheDisplay)
+TEST(TextRegion, IsLeftOutWithoutInkOnlyWhenItShrinks)
 {
-    auto format = yuva_format(1, 1, 700, 566);
-    const auto added = add_text(format, style_of("HHHHHHHH"), true);
-    EXPECT_EQ(shape_of(region_of(added)), "20x10+700+566");
-    EXPECT_EQ(format.width, 20);
-    EXPECT_EQ(format.height, 10);
-    EXPECT_EQ(ink_of(region_of(added), opaque_black).top, 0);
-}
-
-TEST(AdjustedTextRegion, MayEndExactlyAtTheBorderOfTheDisplay)
-{
-    const auto width = static_cast<std::uint32_t>(extents_of(font, 40, "HE").width);
-    auto format = yuva_format(1, 1, 720 - width, 0);
-    EXPECT_EQ(region_of(add_text(format, style_of("HE"), true))->width, width);
-    format = yuva_format(1, 1, 721 - width, 0);
-    EXPECT_EQ(region_of(add_text(format, style_of("HE"), true))->width, width - 1);
-}
-
-const std::string longest_text(256, 'i');
-
-const struct {
-    const char* what;
-    std::string text;
-    const char* family;
-    double size;
-    std::uint32_t x;
-} without_ink[] = {
-    {"no text", "", font, 40, 40},
-    {"blanks", "   ", font, 40, 40},
-    {"no font", "HE", nullptr, 40, 40},
-    {"a font name that is no UTF-8", "HE", "\xFF", 40, 40},
-    {"a text that is no UTF-8", "HE\xFF", font, 40, 40},
-    {"half a character", "HE\xC3", font, 40, 40},
-    {"the border of the display", "HE", font, 40, 720},
-    {"a font size of zero", "HE", font, 0, 40},
-    {"a negative font size", "HE", font, -40, 40},
-    {"a text too wide to measure", longest_text, font, 128, 40},
-    {"the greatest font size", "HE", font, std::numeric_limits<std::int32_t>::max(), 40},
-    {"the smallest font size", "HE", font, std::numeric_limits<std::int32_t>::min(), 40},
-    {"an endless font size", "", font, std::numeric_limits<double>::infinity(), 40},
-    {"no font size", "HE", font, std::numeric_limits<double>::quiet_NaN(), 40},
-};
-
-TEST(AdjustedTextRegion, IsLeftOutWithoutInk)
-{
-    for (const auto& [what, text, family, size, x] : without_ink) {
-        auto style = style_of(text, size);
-        style.font = family;
-        auto format = yuva_format(100, 50, x);
-        const auto added = add_text(format, style, true);
-        EXPECT_EQ(added.result, 0) << what;
-        EXPECT_EQ(region_of(added), nullptr) << what;
-        EXPECT_EQ(format.width, 0) << what;
-        EXPECT_TRUE(added.messages.starts_with("Empty region of 0x")) << what << added.messages;
+    const std::pair<text_style, char> invisible_texts[] = {{style_of(""), 'K'}, {style_of("HE\xFF"), 'K'},
+        {style_of("HE", 0), 'K'}, {style_of("HE", 2'147'483'647), 'K'}, {style_of("HE", 40, nullptr), '.'}};
+    for (const auto& [style, pixels] : invisible_texts) {
+        EXPECT_EQ(add_text(style, true).report, "0: Empty region of 0x0 pixels at (40,30) left out\n");
+        EXPECT_THAT(ink_of(add_text(style), pixels), ElementsAre(100, 50, 0, 0)) << style.text.data();
     }
-}
-
-const struct {
-    const char* what;
-    std::string text;
-    const char* family;
-    double size;
-    yuva pixels;
-} undrawn_texts[] = {
-    {"no text", "", font, 40, opaque_black},
-    {"no font", "HE", nullptr, 40, transparent},
-    {"a font name that is no UTF-8", "HE", "\xFF", 40, transparent},
-    {"a text that is no UTF-8", "HE\xFF", font, 40, opaque_black},
-    {"a font size of zero", "HE", font, 0, opaque_black},
-    {"the greatest font size", "HE", font, std::numeric_limits<std::int32_t>::max(), opaque_black},
-};
-
-TEST(TextRegion, KeepsItsSizeWithoutInk)
-{
-    for (const auto& [what, text, family, size, pixels] : undrawn_texts) {
-        auto style = style_of(text, size);
-        style.font = family;
-        auto format = yuva_format(100, 50);
-        const auto added = add_text(format, style);
-        EXPECT_EQ(added.result, 0) << what;
-        EXPECT_EQ(added.messages, "") << what;
-        ASSERT_EQ(shape_of(region_of(added)), "100x50+40+30") << what;
-        EXPECT_EQ(ink_of(region_of(added), pixels), box{}) << what;
-    }
-}
-
-TEST(TextRegion, TakesAnyFamilyName)
-{
-    for (const char* family : {"", "No such family", "a:b-12,c", longest_text.c_str()}) {
-        auto style = style_of("HE");
-        style.font = family;
-        auto format = yuva_format(100, 50);
-        EXPECT_NE(ink_of(region_of(add_text(format, style)), opaque_black), box{}) << family;
-    }
-}
-
-TEST(TextRegion, TakesATextOf256Bytes)
-{
-    auto format = yuva_format(100, 50);
-    const auto added = add_text(format, style_of(longest_text, 10));
-    EXPECT_EQ(added.result, 0);
-    EXPECT_EQ(ink_of(region_of(added), opaque_black).right, 100);
 }
 
 TEST(TextRegion, LeavesItsFontUsableWhenTheSizeIsAbsurd)
 {
-    for (const double size : {70'000.0, -70'000.0, 2'147'483'647.0, -2'147'483'648.0}) {
-        auto format = yuva_format(100, 50);
-        add_text(format, style_of("HE", 30));
-        EXPECT_EQ(ink_of(region_of(add_text(format, style_of("HE", size))), opaque_black), box{}) << size;
-        const auto added = add_text(format, style_of("HE", 31 + size / 1e10)); // not drawn before
-        EXPECT_NE(ink_of(region_of(added), opaque_black), box{}) << size;
+    for (const double size : {70'000.0, -70'000.0}) {
+        add_text(style_of("HE", 30));
+        add_text(style_of("HE", size));
+        EXPECT_EQ(ink_of(add_text(style_of("HE", 31 + size / 1e6)), 'K')[3], 31) << size;
     }
 }
 
-constexpr const char* too_long = "Error: Text exceeds 256 characters\n";
-constexpr const char* off_display = "Error: Region out of display\n";
+const auto too_long = style_of(std::string(257, 'i'));
 
 TEST(TextRegion, FailsWithItsMessage)
 {
-    const auto unterminated = style_of(std::string(257, 'i'));
-    const auto fine = style_of("HE");
-    for (const bool adjust : {false, true}) {
-        auto outside = yuva_format(100, 50, 721);
-        EXPECT_EQ(add_text(outside, fine, adjust).messages, off_display);
-        EXPECT_EQ(add_text(outside, fine, adjust).result, -1);
-        EXPECT_EQ(add_text(outside, unterminated, adjust).messages, too_long);
-        EXPECT_EQ(outside.width, 100) << "unchanged";
-        auto inside = yuva_format(100, 50);
-        const auto added = add_text(inside, unterminated, adjust);
-        EXPECT_EQ(added.messages, too_long);
-        EXPECT_EQ(added.result, -1);
-        EXPECT_EQ(region_of(added), nullptr);
-    }
-    auto negative = yuva_format(static_cast<std::uint32_t>(-5), 50);
-    const auto added = add_text(negative, fine);
-    EXPECT_EQ(added.result, -1);
-    EXPECT_TRUE(added.messages.starts_with("Error: Cannot draw region of 4294967291x50 pixels: "));
-}
-
-TEST(TextRegion, FailsSilentlyWithoutAnArgument)
-{
-    const auto display_set = new_display_set();
     auto format = yuva_format(100, 50);
-    const auto style = style_of("HE");
-    EXPECT_EQ(stderr_of([&] {
-        EXPECT_EQ(AddTextSubtitle(nullptr, &style, display_set.get(), true), -1);
-        EXPECT_EQ(AddTextSubtitle(&format, nullptr, display_set.get(), true), -1);
-        EXPECT_EQ(AddTextSubtitle(&format, &style, nullptr, true), -1);
-        EXPECT_EQ(AddMultiTextSubtitle(nullptr, 1, &style, display_set.get()), -1);
-        EXPECT_EQ(AddMultiTextSubtitle(&format, 1, nullptr, display_set.get()), -1);
-        EXPECT_EQ(AddMultiTextSubtitle(&format, 1, &style, nullptr), -1);
-    }),
-        "");
-    EXPECT_EQ(display_set->regions, nullptr);
+    const auto text = style_of(std::string(256, 'i'));
+    const auto set = outcome().display_set;
+    EXPECT_EQ(AddTextSubtitle(nullptr, &text, set.get(), true), -1);
+    EXPECT_EQ(AddTextSubtitle(&format, nullptr, set.get(), true), -1);
+    EXPECT_EQ(AddTextSubtitle(&format, &text, nullptr, true), -1);
+    EXPECT_EQ(add_text(too_long).report, "-1: Error: Text exceeds 256 characters\n");
+    EXPECT_EQ(add_text(text, false, yuva_format(9, 9, 720, 576)).report, "0 9x9+720+576");
+    for (const auto& [x, y] : {std::pair{721U, 0U}, {0U, 577U}, {-20U, 0U}, {0U, -1U}})
+        EXPECT_EQ(
+            add_text(text, false, yuva_format(9, 9, x, y)).report, "-1: Error: Region out of display\n");
 }
 
-/// Three texts on black: a red and a green "H" on one spot and a white one on the right.
-struct three_texts {
-    text_style white_right = style_of("H", 60);
-    text_style green_left = style_of("H", 60);
-    text_style red_left = style_of("H", 60);
-
-    three_texts()
-    {
-        white_right.x = 150;
-        white_right.y = green_left.y = red_left.y = 70;
-        green_left.foreground = green;
-        green_left.background = white;
-        red_left.foreground = red;
-        green_left.next = &white_right;
-        red_left.next = &green_left;
-    }
-    three_texts(const three_texts&) = delete;
-    three_texts& operator=(const three_texts&) = delete;
-};
-
-/// A column within the left stem of an "H" at the left edge.
-std::uint32_t stem_column()
+/// Draws a red text and a white one at the right of it. Returns the letters of both.
+std::string add_two(std::uint32_t count, text_style first = style_of("H", 100))
 {
-    return static_cast<std::uint32_t>(extents_of(font, 60, "H").x_bearing + 3);
+    auto second = style_of("H", 100);
+    second.x = 100;
+    second.y = first.y = 90;
+    first.foreground = {.red = 1, .alpha = 1};
+    first.next = &second;
+    const auto format = yuva_format(200, 100);
+    const auto added =
+        outcome_of([&](subpicture* set) { return AddMultiTextSubtitle(&format, count, &first, set); });
+    return letters_of(added, 13, 1) + letters_of(added, 113, 1) + " " + added.report;
 }
 
-outcome add_texts(const three_texts& texts, std::uint32_t count, std::uint32_t x = 40)
+TEST(MultiTextRegion, DrawsAsManyTextsAsTold)
 {
-    const auto format = yuva_format(300, 100, x);
-    return outcome_of([&](subpicture* display_set) {
-        return AddMultiTextSubtitle(&format, count, &texts.red_left, display_set);
-    });
-}
-
-TEST(MultiTextRegion, DrawsAsManyTextsAsToldOneOverTheOther)
-{
-    const yuva expected[][2] = {
-        {opaque_black, opaque_black},
-        {opaque_red, opaque_black},
-        {opaque_green, opaque_black},
-        {opaque_green, opaque_white},
-        {opaque_green, opaque_white},
-    };
-    for (std::uint32_t count = 0; count < std::size(expected); ++count) {
-        const auto added = add_texts({}, count);
-        EXPECT_EQ(added.result, 0) << count;
-        ASSERT_EQ(shape_of(region_of(added)), "300x100+40+30") << count;
-        EXPECT_EQ(pixel_of(region_of(added), stem_column(), 50), expected[count][0]) << count;
-        EXPECT_EQ(pixel_of(region_of(added), 150 + stem_column(), 50), expected[count][1]) << count;
-        EXPECT_EQ(pixel_of(region_of(added), 299, 99), opaque_black) << count;
-    }
-}
-
-TEST(MultiTextRegion, LeavesOutATextTooLong)
-{
-    three_texts texts;
-    set_text(texts.green_left, std::string(257, 'H'));
-    const auto added = add_texts(texts, 3);
-    EXPECT_EQ(added.result, 0);
-    EXPECT_EQ(added.messages, too_long);
-    EXPECT_EQ(pixel_of(region_of(added), stem_column(), 50), opaque_red);
-    EXPECT_EQ(pixel_of(region_of(added), 150 + stem_column(), 50), opaque_white);
-}
-
-TEST(MultiTextRegion, EndsAtATextWithoutFont)
-{
-    three_texts texts;
-    texts.green_left.font = nullptr;
-    const auto added = add_texts(texts, 3);
-    EXPECT_EQ(added.result, 0);
-    EXPECT_EQ(pixel_of(region_of(added), stem_column(), 50), opaque_red);
-    EXPECT_EQ(pixel_of(region_of(added), 150 + stem_column(), 50), opaque_black);
-}
-
-TEST(MultiTextRegion, FailsOffTheDisplay)
-{
-    const auto added = add_texts({}, 3, 721);
-    EXPECT_EQ(added.result, -1);
-    EXPECT_EQ(added.messages, off_display);
-    EXPECT_EQ(region_of(added), nullptr);
+    EXPECT_EQ(add_two(0), "KK 0 200x100+40+30");
+    EXPECT_EQ(add_two(1), "RK 0 200x100+40+30");
+    EXPECT_EQ(add_two(3), "RW 0 200x100+40+30");
+    EXPECT_EQ(add_two(3, too_long), "KW 0 200x100+40+30: Error: Text exceeds 256 characters\n");
 }
 
 } // namespace

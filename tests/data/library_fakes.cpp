@@ -2,8 +2,6 @@
 
 #include <cstddef>
 #include <expat.h>
-#include <string_view>
-#include <unistd.h>
 
 namespace {
 
@@ -20,7 +18,6 @@ extern "C" {
 void* __real_malloc(std::size_t size_bytes);
 void* __real_calloc(std::size_t count, std::size_t size_bytes);
 XML_Parser __real_XML_ParserCreate(const XML_Char* encoding);
-int __real_access(const char* path, int mode);
 
 void* __wrap_malloc(std::size_t size_bytes)
 {
@@ -35,12 +32,6 @@ void* __wrap_calloc(std::size_t count, std::size_t size_bytes)
 XML_Parser __wrap_XML_ParserCreate(const XML_Char* encoding)
 {
     return request_fails() ? nullptr : __real_XML_ParserCreate(encoding);
-}
-
-int __wrap_access(const char* path, int mode)
-{
-    const bool readable = readable_path != nullptr && mode == R_OK && std::string_view(path) == readable_path;
-    return readable ? 0 : __real_access(path, mode);
 }
 }
 // NOLINTEND(bugprone-reserved-identifier)

@@ -5,14 +5,12 @@
 
 namespace {
 
-using header_bytes = std::array<std::uint8_t, dvb_header_size>;
-
 constexpr struct {
     const char* what;
     std::int32_t pid;
     std::uint8_t packet_index;
     std::uint8_t counter;
-    header_bytes bytes;
+    std::array<std::uint8_t, 4> bytes;
 } headers[] = {
     {"first packet, largest PID", 0x1FFF, 0, 5, {0x47, 0x5F, 0xFF, 0x15}},
     {"later packet", 0x0111, 1, 15, {0x47, 0x01, 0x11, 0x1F}},
@@ -22,12 +20,11 @@ constexpr struct {
 
 TEST(DvbHeader, SetsEveryBitWhateverTheBufferHeld)
 {
-    for (const auto& [what, pid, packet_index, counter, bytes] : headers)
-        for (const std::uint8_t before : {std::uint8_t{0x00}, std::uint8_t{0xFF}}) {
-            header_bytes header{before, before, before, before};
-            create_dvb_header(header, pid, packet_index, counter);
-            EXPECT_EQ(header, bytes) << what;
-        }
+    for (const auto& [what, pid, packet_index, counter, bytes] : headers) {
+        std::array<std::uint8_t, 4> header{0xA5, 0x5A, 0xA5, 0x5A};
+        create_dvb_header(header, pid, packet_index, counter);
+        EXPECT_EQ(header, bytes) << what;
+    }
 }
 
 } // namespace

@@ -12,41 +12,27 @@ constexpr struct {
     const char* value;
     std::int32_t number;
     std::uint16_t low_bits;
-} numbers[] = {
-    {"", 0, 0}, {"abc", 0, 0}, {"12abc", 12, 12}, {" \t+7", 7, 7}, {"- 7", 0, 0}, {"-1", -1, 0xFFFF},
-    {"70000", 70000, 4464},
-    {"99999999999999999999", -1, 0xFFFF}, // the nearest number of 64 bits, then its low bits
-};
+    bool is_true;
+    const char* name; ///< of at most 4 bytes
+} settings[] = {{"", 0, 0, false, ""}, {"-1", -1, 0xFFFF, false, "-1"}, {"70000", 70000, 4464, false, "7000"},
+    {"true", 0, 0, true, "true"}, {"TRUE", 0, 0, false, "TRUE"}, {"true ", 0, 0, false, "true"}};
 
-TEST(Settings, ReadNumbersAsTheCLibraryDoes)
+TEST(Settings, AreReadAsNumbersSwitchesAndNames)
 {
-    EXPECT_EQ(number_setting(name), 0) << "not set";
-    for (const auto& [value, number, low_bits] : numbers) {
+    for (const auto& [value, number, low_bits, is_true, cut] : settings) {
         const environment set{{name, value}};
         EXPECT_EQ(number_setting(name), number) << value;
         EXPECT_EQ(u16_setting(name), low_bits) << value;
+        EXPECT_EQ(setting_equals(name, "true"), is_true) << value;
+        EXPECT_EQ(name_setting(name, 4), cut);
     }
 }
 
-TEST(Settings, AreEqualOnlyToTheSameBytes)
+TEST(Settings, HaveValuesWhenUnset)
 {
-    EXPECT_FALSE(setting_equals(name, "")) << "not set";
-    for (const char* value : {"", "TRUE", "true ", " true", "tru"}) {
-        const environment set{{name, value}};
-        EXPECT_FALSE(setting_equals(name, "true")) << value;
-    }
-    const environment set{{name, "true"}};
-    EXPECT_TRUE(setting_equals(name, "true"));
-}
-
-TEST(Settings, CutNamesToTheirMaximum)
-{
-    EXPECT_EQ(name_setting(name, 3), " ") << "not set";
-    EXPECT_EQ(name_setting(name, 3, "none"), "none") << "not set";
-    for (const auto& [value, cut] : {std::pair("", ""), {"ab", "ab"}, {"abc", "abc"}, {"abcd", "abc"}}) {
-        const environment set{{name, value}};
-        EXPECT_EQ(name_setting(name, 3), cut);
-    }
+    EXPECT_EQ(number_setting(name), 0);
+    EXPECT_FALSE(setting_equals(name, ""));
+    EXPECT_EQ(name_setting(name, 3), " ");
 }
 
 } // namespace
