@@ -7,20 +7,29 @@
 #include <benchmark/benchmark.h>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 #include <vector>
 
 namespace {
+
+const auto last_picture = static_cast<std::int64_t>(bench_pictures().size()) - 1;
 
 std::size_t size_bytes(const subpicture_region& region)
 {
     return plane_total * region.width * region.height;
 }
 
-/// A conversion overwrites its picture: each round begins with a copy of it.
-template <auto convert> void conversion(benchmark::State& state, const bench_picture* picture)
+/// The picture of the number that the round has as its argument.
+drawn_page draw_for(benchmark::State& state)
 {
-    const drawn_page page = picture->draw();
+    const bench_picture& picture = bench_pictures()[static_cast<std::size_t>(state.range(0))];
+    state.SetLabel(picture.name);
+    return picture.draw();
+}
+
+/// A conversion overwrites its picture: each round begins with a copy of it.
+template <auto convert> void conversion(benchmark::State& state)
+{
+    const drawn_page page = draw_for(state);
     const subpicture_region& region = *page->regions;
     const std::vector<std::uint8_t> pixels(
         region.picture->buffer, region.picture->buffer + size_bytes(region));
@@ -31,9 +40,9 @@ template <auto convert> void conversion(benchmark::State& state, const bench_pic
     state.SetItemsProcessed(state.iterations() * region.width * region.height);
 }
 
-template <auto encode> void encoding(benchmark::State& state, const bench_picture* picture)
+template <auto encode> void encoding(benchmark::State& state)
 {
-    const drawn_page page = picture->draw();
+    const drawn_page page = draw_for(state);
     if (YuvaYuvp(page.get()) == nullptr)
         return state.SkipWithError("no memory");
     encoder* const opened = OpenEncoder();
@@ -43,21 +52,10 @@ template <auto encode> void encoding(benchmark::State& state, const bench_pictur
     state.SetItemsProcessed(state.iterations() * page->regions->width * page->regions->height);
 }
 
-void add(const std::string& name, const bench_picture& picture,
-    void (*run)(benchmark::State&, const bench_picture*))
-{
-    benchmark::RegisterBenchmark((name + picture.name).c_str(), run, &picture);
-}
-
-/// Items are pixels.
-[[maybe_unused]] const bool registered = [] {
-    for (const bench_picture& picture : bench_pictures()) {
-        add("convert/plain/", picture, conversion<plain::YuvaYuvp>);
-        add("convert/fast/", picture, conversion<YuvaYuvp>);
-        add("encode/plain/", picture, encoding<plain::Encode>);
-        add("encode/fast/", picture, encoding<Encode>);
-    }
-    return true;
-}();
-
 } // namespace
+
+// Once for each picture; items are pixels.
+BENCHMARK_TEMPLATE(conversion, plain::YuvaYuvp)->Name("convert/plain")->DenseRange(0, last_picture);
+BENCHMARK_TEMPLATE(conversion, YuvaYuvp)->Name("convert/fast")->DenseRange(0, last_picture);
+BENCHMARK_TEMPLATE(encoding, plain::Encode)->Name("encode/plain")->DenseRange(0, last_picture);
+BENCHMARK_TEMPLATE(encoding, Encode)->Name("encode/fast")->DenseRange(0, last_picture);

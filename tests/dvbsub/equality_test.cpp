@@ -188,12 +188,12 @@ TEST(Equality, OfCodesInEveryDepth)
         for (const std::int32_t entry_count : {4, 16, 256}) {
             const std::int32_t width = one_of(random, {1, 5, 8, 9, 88, 700});
             std::vector<std::uint8_t> indices;
-            while (indices.size() < static_cast<std::size_t>(3 * width)) {
+            while (indices.size() < 3 * static_cast<std::size_t>(width)) {
                 const std::int32_t length = one_of(random, {1, 1, 1, 2, 3, 4, 8, 9, 26, 128, 300});
                 indices.insert(indices.end(), static_cast<std::size_t>(length),
                     static_cast<std::uint8_t>(below(random, one_of(random, {2, entry_count, 256}))));
             }
-            indices.resize(static_cast<std::size_t>(3 * width));
+            indices.resize(3 * static_cast<std::size_t>(width));
             add_indexed_region(*page, static_cast<std::uint32_t>(width), entry_count, indices);
         }
         ASSERT_TRUE(encode_alike(*page)) << i;

@@ -155,16 +155,6 @@ TEST(Palette, HandsTheErrorToTheRightAndBelow)
             0, 7, 0, 0, 4, 0, 0, 1, 0, 15, 0, 0, 12, 0, 0, 9, 4, 0, 6, 0, 0, 3, 0, 0));
 }
 
-TEST(Palette, TriesTolerancesUpTo127)
-{
-    const page_owner page = new_page();
-    auto& region = add_region(*page, 16, 1, {127, 254, 254, 255});
-    for (std::size_t j = 0; j < 15; ++j)
-        set_pixel(region, j, corner(j));
-    ASSERT_NE(YuvaYuvp(page.get()), nullptr);
-    EXPECT_EQ(region.palette->entries[15], transparent);
-}
-
 TEST(Palette, CountsClutIdsFromOneInEachDisplaySet)
 {
     for (int repetition = 0; repetition < 2; ++repetition) {

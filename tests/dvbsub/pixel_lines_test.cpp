@@ -73,20 +73,6 @@ TEST(PixelLines, ChoosesTheCodeByLengthAndColour)
             << entry_count << " entries, " << length << " of colour " << int{colour};
 }
 
-TEST(PixelLines, AReceiverGetsEveryRunBack)
-{
-    for (const std::int32_t entry_count : {4, 16, 256}) {
-        for (std::size_t length = 1; length < 600; ++length) {
-            bytes line(length, 0);
-            line.insert(line.end(), length, static_cast<std::uint8_t>(entry_count - 1));
-            line.push_back(1);
-            const auto lines = read_pixel_data(line_of(entry_count, line));
-            ASSERT_TRUE(lines) << entry_count << " entries, runs of " << length;
-            ASSERT_THAT(*lines, ElementsAre(line)) << entry_count << " entries, runs of " << length;
-        }
-    }
-}
-
 TEST(PixelLines, EveryOtherLineBelongsToAField)
 {
     const page_owner page = new_page();
