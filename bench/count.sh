@@ -13,6 +13,8 @@ rows=(
     "conversion of a photograph, 88 x 550|0.85|0.40|counted convert photograph"
     "conversion of flat artwork, 88 x 550|0.05|0.05|counted convert artwork"
     "pixel coding and segments of the banner|0.30|0.30|counted encode banner"
+    "forty articles, texts and logos differ|0.45|0.38|counted prepare different"
+    "forty articles with much in common|0.25|0.22|counted prepare shared"
 )
 
 # Builds the programs into build/count-NAME with more arguments for cmake.

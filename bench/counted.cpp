@@ -3,22 +3,24 @@
 #include "pictures.h"
 #include "plain_encoder.h"
 #include "plain_palette.h"
+#include "shop_services.h"
+#include "shops.h"
 
+#include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <string_view>
 
-// One piece of work for callgrind: counted OPERATION PICTURE FORM. Only what happens in `counted_work`
-// is meant to be counted.
+// One piece of work for callgrind. Only what happens in `counted_work` is meant to be counted.
+
+extern "C" [[gnu::noinline]] void counted_work(const std::function<void()>& work)
+{
+    work();
+}
 
 namespace {
-
-struct operation {
-    const char* name = "";
-    bool on_palettised = false;
-    void (*plain)(subpicture& page) = nullptr;
-    void (*fast)(subpicture& page) = nullptr;
-};
 
 void require(bool done)
 {
@@ -26,71 +28,67 @@ void require(bool done)
         std::abort();
 }
 
-void convert(subpicture& page)
+template <auto plain_form, auto fast_form, typename... Arguments>
+void count_form(bool plainly, Arguments... arguments)
 {
-    require(YuvaYuvp(&page) != nullptr);
+    counted_work([&] { require((plainly ? plain_form(arguments...) : fast_form(arguments...)) != nullptr); });
 }
 
-void convert_plainly(subpicture& page)
+void count_conversion(const drawn_page& page, bool plainly)
 {
-    require(plain::YuvaYuvp(&page) != nullptr);
+    count_form<plain::YuvaYuvp, YuvaYuvp>(plainly, page.get());
 }
 
-template <auto encode> void encode_once(subpicture& page)
+void count_encoding(const drawn_page& page, bool plainly)
 {
+    require(YuvaYuvp(page.get()) != nullptr);
     encoder* const state = OpenEncoder();
     require(state != nullptr);
-    block* const data = encode(state, &page);
-    require(data != nullptr);
-    std::free(data);
-    CloseEncoder(state);
+    count_form<plain::Encode, Encode>(plainly, state, page.get());
 }
 
-constexpr operation operations[] = {
-    {.name = "convert", .on_palettised = false, .plain = convert_plainly, .fast = convert},
-    {.name = "encode",
-        .on_palettised = true,
-        .plain = encode_once<plain::Encode>,
-        .fast = encode_once<Encode>},
-};
+void count_shop(shop_kind kind, bool plainly)
+{
+    std::array<char, 64> folder{"/tmp/tsinsertd-counted-XXXXXX"};
+    require(mkdtemp(folder.data()) != nullptr);
+    const std::string path = std::string(folder.data()) + "/";
+    write_shop(path, kind);
+    count_form<prepare_shop_plainly, prepare_shop>(plainly, path);
+    std::filesystem::remove_all(path);
+}
 
 int usage()
 {
-    std::fputs("usage: counted convert|encode PICTURE plain|fast, where PICTURE is one of", stderr);
+    std::fputs("usage: counted convert|encode PICTURE plain|fast\n"
+               "       counted prepare different|shared plain|fast\nPICTURE is one of",
+        stderr);
     for (const bench_picture& picture : bench_pictures())
         std::fprintf(stderr, " %s", picture.name);
     std::fputs("\n", stderr);
     return 2;
 }
 
-const operation* find_operation(const char* name)
+/// Whether the operation and its object are known.
+bool count(std::string_view operation, std::string_view object, bool plainly)
 {
-    for (const operation& candidate : operations) {
-        if (std::strcmp(candidate.name, name) == 0)
-            return &candidate;
-    }
-    return nullptr;
+    const bench_picture* const picture = find_picture(object);
+    if (operation == "convert" && picture != nullptr)
+        count_conversion(picture->draw(), plainly);
+    else if (operation == "encode" && picture != nullptr)
+        count_encoding(picture->draw(), plainly);
+    else if (operation == "prepare" && (object == "shared" || object == "different"))
+        count_shop(object == "shared" ? shop_kind::shared : shop_kind::different, plainly);
+    else
+        return false;
+    return true;
 }
 
 } // namespace
 
-extern "C" [[gnu::noinline]] void counted_work(void (*work)(subpicture&), subpicture& page)
+int main(int argument_count, char** arguments)
 {
-    work(page);
-}
-
-int main(int count, char** arguments)
-{
-    const operation* const chosen = count == 4 ? find_operation(arguments[1]) : nullptr;
-    const bench_picture* const picture = count == 4 ? find_picture(arguments[2]) : nullptr;
-    if (chosen == nullptr || picture == nullptr)
+    const std::string_view form = argument_count == 4 ? arguments[3] : "";
+    if (form != "plain" && form != "fast")
         return usage();
-    const bool plainly = std::strcmp(arguments[3], "plain") == 0;
-    if (!plainly && std::strcmp(arguments[3], "fast") != 0)
-        return usage();
-    const drawn_page page = picture->draw();
-    if (chosen->on_palettised)
-        convert(*page);
-    counted_work(plainly ? chosen->plain : chosen->fast, *page);
-    return 0;
+    return count(arguments[1], arguments[2], form == "plain") ? 0 : usage();
 }

@@ -1,6 +1,6 @@
 #include "pictures.h"
 
-#include "canvas.h"
+#include "badges.h"
 #include "surface_region.h"
 
 #include <algorithm>
@@ -20,11 +20,6 @@ constexpr region_format banner_format{
     .chroma = chroma_yuva, .width = 88, .height = 550, .bits_per_pixel = 32};
 constexpr region_format text_format{.chroma = chroma_yuva, .width = 300, .height = 60, .bits_per_pixel = 32};
 
-constexpr rgba black{.alpha = 1};
-constexpr rgba white{.red = 1, .green = 1, .blue = 1, .alpha = 1};
-constexpr rgba gloss{.red = 1, .green = 1, .blue = 1, .alpha = .4};
-constexpr rgba clear{.red = 1, .green = 1, .blue = 1, .alpha = 0};
-
 drawn_page page_of(const region_format& format, const std::function<void(const canvas&)>& draw)
 {
     drawn_page page(subpicture_New(1, 720, 576));
@@ -35,35 +30,7 @@ drawn_page page_of(const region_format& format, const std::function<void(const c
     return page;
 }
 
-void write_text(cairo_t* context, const char* text, double x, double y, double size)
-{
-    select_font(context, "Liberation Sans", size);
-    cairo_move_to(context, x, y);
-    cairo_show_text(context, text);
-}
-
-void round_box(cairo_t* context, double x, double y, double width, double height, double radius)
-{
-    constexpr double quarter = std::numbers::pi / 2;
-    cairo_new_sub_path(context);
-    cairo_arc(context, x + width - radius, y + radius, radius, -quarter, 0);
-    cairo_arc(context, x + width - radius, y + height - radius, radius, 0, quarter);
-    cairo_arc(context, x + radius, y + height - radius, radius, quarter, 2 * quarter);
-    cairo_arc(context, x + radius, y + radius, radius, 2 * quarter, 3 * quarter);
-    cairo_close_path(context);
-}
-
-// Icon files are twice as wide as the banner.
-constexpr int icon_width = 176;
-constexpr int icon_height = 137;
-
-struct icon {
-    const char* label = "";
-    rgba top;
-    rgba bottom;
-};
-
-constexpr std::array<icon, 7> icons{{
+constexpr std::array<badge, 7> icons{{
     {.label = "OLED", .top = {.9, .2, .15, 1}, .bottom = {.5, .05, .1, 1}},
     {.label = "50\"", .top = {.95, .95, .9, 1}, .bottom = {.6, .65, .7, 1}},
     {.label = "4K", .top = {.1, .35, .8, 1}, .bottom = {.05, .12, .35, 1}},
@@ -73,32 +40,6 @@ constexpr std::array<icon, 7> icons{{
     {.label = "3D", .top = {.55, .2, .7, 1}, .bottom = {.1, .5, .7, 1}},
 }};
 
-void shade(cairo_t* context, cairo_pattern_t* pattern, const rgba& from, const rgba& to)
-{
-    cairo_pattern_add_color_stop_rgba(pattern, 0, from.red, from.green, from.blue, from.alpha);
-    cairo_pattern_add_color_stop_rgba(pattern, 1, to.red, to.green, to.blue, to.alpha);
-    cairo_set_source(context, pattern);
-    cairo_fill_preserve(context);
-    cairo_pattern_destroy(pattern);
-}
-
-/// A badge shaded from corner to corner on black, a gloss, a rim, a disc and a name.
-void draw_icon(cairo_t* context, const icon& drawn)
-{
-    set_colour(context, black);
-    cairo_paint(context);
-    round_box(context, 10, 10, icon_width - 20, icon_height - 20, 24);
-    shade(context, cairo_pattern_create_linear(10, 10, icon_width - 10, icon_height - 10), drawn.top,
-        drawn.bottom);
-    shade(context, cairo_pattern_create_radial(50, 30, 0, 50, 30, 50), gloss, clear);
-    set_colour(context, white);
-    cairo_set_line_width(context, 4);
-    cairo_stroke(context);
-    cairo_arc(context, 140, 38, 12, 0, 2 * std::numbers::pi);
-    cairo_fill(context);
-    write_text(context, drawn.label, 30, 105, 52);
-}
-
 /// The icons one below the other, scaled to the banner's width as the daemon does it.
 void draw_banner(const canvas& target)
 {
@@ -106,7 +47,7 @@ void draw_banner(const canvas& target)
     const double scale = double{banner_format.width} / icon_width;
     cairo_scale(target.context.get(), scale, scale);
     double y = 0;
-    for (const icon& drawn : icons) {
+    for (const badge& drawn : icons) {
         const canvas picture = new_canvas(icon_width, icon_height);
         draw_icon(picture.context.get(), drawn);
         cairo_set_source_surface(target.context.get(), picture.surface.get(), 0, y);
@@ -184,9 +125,9 @@ std::span<const bench_picture> bench_pictures()
     return pictures;
 }
 
-const bench_picture* find_picture(const char* name)
+const bench_picture* find_picture(std::string_view name)
 {
     const auto* const found = std::ranges::find_if(
-        pictures, [name](const bench_picture& candidate) { return std::strcmp(candidate.name, name) == 0; });
+        pictures, [name](const bench_picture& candidate) { return candidate.name == name; });
     return found == std::end(pictures) ? nullptr : found;
 }

@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <span>
+#include <string_view>
 
 using drawn_page = std::unique_ptr<subpicture, releaser<subpicture_Delete>>;
 
@@ -19,4 +20,4 @@ struct bench_picture {
 std::span<const bench_picture> bench_pictures();
 
 /// The picture of that name; null when there is none.
-const bench_picture* find_picture(const char* name);
+const bench_picture* find_picture(std::string_view name);

@@ -58,12 +58,12 @@ bool encode_service(subtitle_stream& stream, subpicture* display_set)
     return true;
 }
 
-bool prepare_services(driver_state& state)
+bool prepare_services(driver_state& state, std::string_view icon_directory)
 {
     const item* article = state.articles;
     for (std::uint32_t i = 0; i < state.service_count; ++i, article = article->next) {
         subtitle_stream& stream = state.streams[i];
-        const owned_subpicture display_set = draw_article(*article, state.layout);
+        const owned_subpicture display_set = draw_article(*article, state.layout, icon_directory);
         if (!display_set || !encode_service(stream, display_set.get()))
             return false;
         stream.pid = static_cast<std::uint16_t>(first_subtitle_pid + i);

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "resources.h"
 #include "startup.h"
+
+#include <string_view>
 
 /// Loads the articles of this host and the screen layout, when several services were asked for, and
 /// settles the mode, which goes to standard output: multi-service operation when there is an article.
@@ -12,6 +15,8 @@ void load_services(driver_state& state);
 /// the way. Returns false, after a message through `perror`, when it cannot be encoded.
 [[nodiscard]] bool encode_service(subtitle_stream& stream, subpicture* display_set);
 
-/// Draws and encodes the article of every service into its subtitle stream. Returns false, after a
-/// message through `perror`, when one cannot be prepared.
-[[nodiscard]] bool prepare_services(driver_state& state);
+/// Draws and encodes the article of every service into its subtitle stream, with icons of the directory
+/// whose path ends with a slash. Returns false, after a message through `perror`, when one cannot be
+/// prepared.
+[[nodiscard]] bool prepare_services(
+    driver_state& state, std::string_view icon_directory = resources_directory);
