@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 /// Puts bit fields into a borrowed buffer, most significant bit first. What does not fit is dropped.
 struct bit_writer {
@@ -20,6 +21,9 @@ void bs_init(bit_writer& out, std::uint8_t* buffer, std::size_t size_bytes);
 /// Appends the low `count` bits of `value`; those above bit 31 are zero. Bits of the last byte that
 /// are still free keep what they held. A count of 0 or less writes nothing.
 void bs_write(bit_writer& out, std::int32_t count, std::uint32_t value);
+
+/// Appends whole bytes, at a byte boundary.
+void bs_write_bytes(bit_writer& out, std::span<const std::uint8_t> bytes);
 
 /// Appends zero bits up to the next byte boundary; none on a boundary.
 void bs_align_0(bit_writer& out);

@@ -1,5 +1,6 @@
 #include "encoder.h"
 
+#include "coded_region.h"
 #include "palette.h"
 #include "pixel_lines.h"
 
@@ -214,22 +215,42 @@ void write_clut(encoder& state, bit_writer& out, const palette& colours)
     }
 }
 
-/// Writes one field of the object and stores its length in the 16 bits at `length_position`.
-void write_field(
+/// Writes one field of the object and stores its length in the 16 bits at `length_position`. Returns the
+/// field's bytes in the buffer.
+std::span<const std::uint8_t> write_field(
     bit_writer& out, const subpicture_region& region, std::uint8_t top, std::int32_t length_position)
 {
     const std::int32_t begin = bs_pos(out);
-    encode_pixel_data(out, region, top);
-    store_length(out, length_position, bytes_since(out, begin));
+    if (region.coded != nullptr && region.coded->complete)
+        bs_write_bytes(out, region.coded->fields[top != 0 ? 0 : 1]);
+    else
+        encode_pixel_data(out, region, top);
+    const std::int32_t length = bytes_since(out, begin);
+    store_length(out, length_position, length);
+    return {out.start + begin / 8, static_cast<std::size_t>(length)};
+}
+
+/// For regions with the same picture. What the buffer's end may have cut is of no use to them.
+void note_coded(const bit_writer& out, const subpicture_region& region, const coded_fields& fields)
+{
+    if (region.coded == nullptr || region.coded->complete || out.current == out.end)
+        return;
+    const auto colours = used_entries(*region.palette);
+    if (colours.size() != region.coded->colours.size())
+        return;
+    std::ranges::copy(colours, region.coded->colours.begin());
+    region.coded->fields = fields;
+    region.coded->complete = true;
 }
 
 void write_object_data(bit_writer& out, const subpicture_region& region)
 {
     const std::int32_t lengths_position = bs_pos(out);
     bs_write(out, 32, 0); // top_field_data_block_length, bottom_field_data_block_length
-    write_field(out, region, 1, lengths_position);
+    coded_fields fields{write_field(out, region, 1, lengths_position)};
     if (region.picture->top_field_only != 1)
-        write_field(out, region, 0, lengths_position + 16);
+        fields[1] = write_field(out, region, 0, lengths_position + 16);
+    note_coded(out, region, fields);
     bs_align_0(out);
     if (bs_pos(out) % 16 != 0)
         bs_write(out, 8, 0); // 8_stuff_bits: the block goes on at an even byte

@@ -1,5 +1,6 @@
 #include "palette.h"
 
+#include "coded_region.h"
 #include "error_diffusion.h"
 #include "palette_search.h"
 
@@ -27,6 +28,11 @@ bool convert(subpicture_region& region, std::uint8_t clut_id)
     region.palette = colours;
     region.chroma = chroma_yuvp;
 
+    if (region.coded != nullptr && region.coded->complete) {
+        colours->entry_count = padded_entries;
+        std::ranges::copy(region.coded->colours, colours->entries.begin());
+        return true;
+    }
     const bool exact = find_colours(*colours, *region.picture);
     if (!map_pixels(*region.picture, *colours, exact))
         return false;

@@ -57,6 +57,8 @@ struct picture {
     std::uint32_t field_count = 0;   ///< lines from one to the next of the same field: 2
 };
 
+struct coded_region;
+
 /// One rectangle of a display set.
 struct subpicture_region {
     std::uint32_t chroma = 0;
@@ -65,10 +67,11 @@ struct subpicture_region {
     std::uint32_t format_x = 0; ///< as the format gave it; the page is made from `x` and `y`
     std::uint32_t format_y = 0;
     std::uint32_t bits_per_pixel = 0;
-    ::palette* palette = nullptr; ///< owned
-    ::picture* picture = nullptr; ///< owned
-    std::uint32_t x = 0;          ///< position on the display, pixels from the left; the caller sets it
-    std::uint32_t y = 0;          ///< position on the display, lines from the top; the caller sets it
+    ::palette* palette = nullptr;  ///< owned
+    ::picture* picture = nullptr;  ///< owned
+    coded_region* coded = nullptr; ///< borrowed, or null: what all regions with this picture share
+    std::uint32_t x = 0;           ///< position on the display, pixels from the left; the caller sets it
+    std::uint32_t y = 0;           ///< position on the display, lines from the top; the caller sets it
     subpicture_region* next = nullptr;
 };
 
