@@ -165,7 +165,7 @@ std::int32_t draw_banner(subpicture& page, bytes_left& input)
     for (std::size_t i = 0; i < texts.size(); ++i)
         article.*members[i] = texts[i].present ? texts[i].text.data() : nullptr;
     const std::string icons = (flags & 4) != 0 ? folder_of(take_picture(input)) : SAMPLE_ICONS;
-    return build_banner_with_icons(&format, &article, &page, icons);
+    return build_banner_with_icons(&format, &article, &page, {.icon_directory = icons});
 }
 
 std::size_t count_of(const subpicture& page)

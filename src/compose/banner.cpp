@@ -1,7 +1,7 @@
 #include "banner.h"
 
 #include "canvas.h"
-#include "png_image.h"
+#include "image_painting.h"
 #include "resources.h"
 
 #include <algorithm>
@@ -91,7 +91,7 @@ std::optional<icon_path_text> icon_path(std::string_view directory, std::string_
 struct icon_column {
     cairo_t* context = nullptr;
     const region_format& format;
-    std::string_view directory;
+    const image_source& icons;
     double cursor = 0; ///< rows of the icon files drawn so far
 };
 
@@ -108,7 +108,7 @@ void write_label(
     icon_column& column, const feature& shown, const char* text, const png_image& icon)
 {
     cairo_save(column.context);
-    if (!paint_scaled(column.context, icon, column.format, {.slots = icon_slots, .y = column.cursor}))
+    if (!paint_scaled(column.context, icon, column.format))
         return false;
     if (shown.label)
         write_label(column, *shown.label, text, icon);
@@ -121,11 +121,16 @@ void write_label(
 [[nodiscard]] bool draw_feature(icon_column& column, const feature& shown, const char* text)
 {
     const char* name = shown.icon == nullptr ? text : shown.icon;
-    const auto path = icon_path(column.directory, name);
-    const png_image icon = path ? load_png(path->data()) : png_image{.status = CAIRO_STATUS_FILE_NOT_FOUND};
+    const auto path = icon_path(column.icons.icon_directory, name);
+    const image_place place{.width = column.format.width,
+        .height = column.format.height,
+        .slots = icon_slots,
+        .y = column.cursor};
+    const png_image icon = path ? load_png(path->data(), place, column.icons.cache)
+                                : png_image{.status = CAIRO_STATUS_FILE_NOT_FOUND};
     if (icon.status == CAIRO_STATUS_SUCCESS)
         return draw_icon(column, shown, text, icon);
-    report_missing(column.directory, name, icon.status);
+    report_missing(column.icons.icon_directory, name, icon.status);
     return true;
 }
 
@@ -140,11 +145,11 @@ void write_label(
 
 std::int32_t BuildFeaturesBanner(const region_format* format, const item* article, subpicture* display_set)
 {
-    return build_banner_with_icons(format, article, display_set, resources_directory);
+    return build_banner_with_icons(format, article, display_set, {.icon_directory = resources_directory});
 }
 
-std::int32_t build_banner_with_icons(const region_format* format, const item* article,
-    subpicture* display_set, std::string_view icon_directory)
+std::int32_t build_banner_with_icons(
+    const region_format* format, const item* article, subpicture* display_set, const image_source& icons)
 {
     if (format == nullptr || article == nullptr || display_set == nullptr || format->width == 0)
         return drawing_failed;
@@ -154,7 +159,7 @@ std::int32_t build_banner_with_icons(const region_format* format, const item* ar
     canvas drawn = new_canvas(*format);
     fill(drawn.context.get(), *format, black);
     select_font(drawn.context.get(), label_font, label_font_size);
-    icon_column column{.context = drawn.context.get(), .format = *format, .directory = icon_directory};
+    icon_column column{.context = drawn.context.get(), .format = *format, .icons = icons};
     if (!draw_features(column, *article))
         return drawing_failed;
     return AddSurfaceRegion(std::move(drawn.surface), std::move(drawn.context), *format, *display_set);

@@ -1,9 +1,8 @@
 #pragma once
 
 #include "item.h"
+#include "png_image.h"
 #include "surface_region.h"
-
-#include <string_view>
 
 /// Draws the column of feature icons of an article as a new region at the end of the display set: on
 /// opaque black, one icon per feature that the article has, from the top down, each as wide as the
@@ -15,6 +14,6 @@
 [[nodiscard]] std::int32_t BuildFeaturesBanner(
     const region_format* format, const item* article, subpicture* display_set);
 
-/// The same with icon files of the directory whose path, up to the last slash, is given.
-[[nodiscard]] std::int32_t build_banner_with_icons(const region_format* format, const item* article,
-    subpicture* display_set, std::string_view icon_directory);
+/// The same with icons from another source.
+[[nodiscard]] std::int32_t build_banner_with_icons(
+    const region_format* format, const item* article, subpicture* display_set, const image_source& icons);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "image_cache.h"
 #include "surface_region.h"
 
 /// Draws a PNG file, stretched to the format's size, as a new region at the end of the display set. The
@@ -11,3 +12,7 @@
 /// "Error: Cannot render image %s: %s\n".
 [[nodiscard]] std::int32_t AddImageSubtitle(
     region_format* format, const char* path, subpicture* display_set, bool keep_ratio);
+
+/// The same with the images of a cache; null does without.
+[[nodiscard]] std::int32_t add_cached_image(
+    region_format* format, const char* path, subpicture* display_set, bool keep_ratio, image_cache* cache);

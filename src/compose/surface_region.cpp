@@ -13,20 +13,34 @@ std::uint32_t pixel_at(const unsigned char* row, std::uint32_t column)
     return argb;
 }
 
-void convert(cairo_surface_t* surface, picture& target)
+/// Converts one line, to the bytes of each plane from the offset on. A pixel like the one before it, as
+/// most are, keeps what that one became.
+void convert_line(const unsigned char* row, const picture& target, std::ptrdiff_t offset)
+{
+    std::uint8_t* const y = target.planes[0].pixels + offset;
+    std::uint8_t* const u = target.planes[1].pixels + offset;
+    std::uint8_t* const v = target.planes[2].pixels + offset;
+    std::uint8_t* const a = target.planes[3].pixels + offset;
+    std::uint32_t argb = 0;
+    yuva pixel = yuva_of(argb);
+    for (std::uint32_t column = 0; column < target.format.width; ++column) {
+        if (const std::uint32_t next = pixel_at(row, column); next != argb) {
+            argb = next;
+            pixel = yuva_of(argb);
+        }
+        y[column] = pixel.y;
+        u[column] = pixel.u;
+        v[column] = pixel.v;
+        a[column] = pixel.a;
+    }
+}
+
+void convert(cairo_surface_t* surface, const picture& target)
 {
     const unsigned char* row = cairo_image_surface_get_data(surface);
     const int stride_bytes = cairo_image_surface_get_stride(surface);
-    std::size_t at = 0;
-    for (std::uint32_t line = 0; line < target.format.height; ++line, row += stride_bytes) {
-        for (std::uint32_t column = 0; column < target.format.width; ++column, ++at) {
-            const yuva pixel = yuva_of(pixel_at(row, column));
-            target.planes[0].pixels[at] = pixel.y;
-            target.planes[1].pixels[at] = pixel.u;
-            target.planes[2].pixels[at] = pixel.v;
-            target.planes[3].pixels[at] = pixel.a;
-        }
-    }
+    for (std::uint32_t line = 0; line < target.format.height; ++line, row += stride_bytes)
+        convert_line(row, target, std::ptrdiff_t{line} * target.planes[0].pitch);
 }
 
 void append(subpicture& display_set, subpicture_region* region)

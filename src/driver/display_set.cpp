@@ -15,6 +15,7 @@ constexpr const char* cannot_add_subtitle = "cannot add subtitle";
 /// One display set on the way, and what is used again for each of its regions.
 struct drawing {
     const layout_region* layout = nullptr;
+    const image_source& images;
     subpicture* display_set = nullptr;
     region_format format{.chroma = chroma_yuva, .bits_per_pixel = bits_per_pixel};
     text_style style{};
@@ -54,18 +55,19 @@ bool draw_brand(drawing& page, const item& article)
     if (region == nullptr || article.logo == nullptr)
         return draw_named_text(page, "brand", article.brand);
     getRegionAttributes(page.format, *region);
-    return reported(AddImageSubtitle(&page.format, article.logo, page.display_set, region->keepRatio),
+    return reported(
+        add_cached_image(&page.format, article.logo, page.display_set, region->keepRatio, page.images.cache),
         "cannot add image");
 }
 
-bool draw_banner(drawing& page, const item& article, std::string_view icon_directory)
+bool draw_banner(drawing& page, const item& article)
 {
     page.format.width = 88;
     page.format.height = 550;
     page.format.x = 603;
     page.format.y = 14;
-    return reported(build_banner_with_icons(&page.format, &article, page.display_set, icon_directory),
-        cannot_add_subtitle);
+    return reported(
+        build_banner_with_icons(&page.format, &article, page.display_set, page.images), cannot_add_subtitle);
 }
 
 } // namespace
@@ -85,17 +87,16 @@ void set_text(text_style& style, std::string_view text)
     std::copy_n(text.begin(), length, style.text.begin());
 }
 
-owned_subpicture draw_article(
-    const item& article, const layout_region* layout, std::string_view icon_directory)
+owned_subpicture draw_article(const item& article, const layout_region* layout, const image_source& images)
 {
     owned_subpicture display_set(subpicture_New(page_id, display_width, display_height));
     if (!display_set) {
         std::perror("cannot create Display Set\n");
         return nullptr;
     }
-    drawing page{.layout = layout, .display_set = display_set.get()};
+    drawing page{.layout = layout, .images = images, .display_set = display_set.get()};
     const bool drawn = draw_named_text(page, "model", article.model)
         && draw_named_text(page, "price", article.price) && draw_brand(page, article)
-        && draw_banner(page, article, icon_directory) && draw_named_text(page, "warranty", article.warranty);
+        && draw_banner(page, article) && draw_named_text(page, "warranty", article.warranty);
     return drawn ? std::move(display_set) : nullptr;
 }

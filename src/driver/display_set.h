@@ -3,6 +3,7 @@
 #include "item.h"
 #include "layout.h"
 #include "picture.h"
+#include "png_image.h"
 #include "releaser.h"
 #include "resources.h"
 #include "text_region.h"
@@ -21,8 +22,7 @@ void set_text(text_style& style, std::string_view text);
 
 /// Draws an article: its model, price, brand (logo, or else name), features and warranty, one region
 /// each, in this order. The layout says where and how, except for the banner of features, whose box is
-/// fixed. A region that the layout lacks and a text that the article lacks are left out. The icons of
-/// the features come from the directory, whose path ends with a slash. Null, after a message through
-/// `perror`, when something cannot be drawn.
-[[nodiscard]] owned_subpicture draw_article(
-    const item& article, const layout_region* layout, std::string_view icon_directory = resources_directory);
+/// fixed. A region that the layout lacks and a text that the article lacks are left out. Null, after a
+/// message through `perror`, when something cannot be drawn.
+[[nodiscard]] owned_subpicture draw_article(const item& article, const layout_region* layout,
+    const image_source& images = {.icon_directory = resources_directory});

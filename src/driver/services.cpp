@@ -61,11 +61,13 @@ bool encode_service(subtitle_stream& stream, subpicture* display_set)
 
 bool prepare_services(driver_state& state, std::string_view icon_directory)
 {
+    image_cache cache;
     coded_regions known;
+    const image_source images{.icon_directory = icon_directory, .cache = &cache};
     const item* article = state.articles;
     for (std::uint32_t i = 0; i < state.service_count; ++i, article = article->next) {
         subtitle_stream& stream = state.streams[i];
-        const owned_subpicture display_set = draw_article(*article, state.layout, icon_directory);
+        const owned_subpicture display_set = draw_article(*article, state.layout, images);
         if (!display_set)
             return false;
         find_coded_regions(known, *display_set);

@@ -25,8 +25,9 @@ struct Banner : testing::Test {
 
     outcome build(const item& article, const region_format& format = yuva_format(88, 550, 603, 14)) const
     {
-        return outcome_of(
-            [&](subpicture* set) { return build_banner_with_icons(&format, &article, set, directory); });
+        return outcome_of([&](subpicture* set) {
+            return build_banner_with_icons(&format, &article, set, {.icon_directory = directory});
+        });
     }
 };
 
