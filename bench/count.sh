@@ -23,15 +23,14 @@ build_counted() {
     shift
     mkdir -p build
     { cmake -S . -B "build/count-$name" -G Ninja -DCMAKE_BUILD_TYPE=Release -DTSINSERTD_TESTS=OFF -DTSINSERTD_BENCH=ON "$@" &&
-        ninja -C "build/count-$name" counted; } >"$log" 2>&1 || fail "build/count-$name does not build: see $log"
+        ninja -C "build/count-$name" counted cycle make_shop; } >"$log" 2>&1 || fail "build/count-$name does not build: see $log"
 }
 
-# Instructions of one program run that are spent in functions named counted_work.
+# Instructions of one program run that are spent in functions named counted_work, but not in ioctl.
 count() {
-    local program=$1 output
-    shift
-    output=$(valgrind --tool=callgrind --callgrind-out-file=/dev/null --toggle-collect=counted_work "$program" "$@" 2>&1) ||
-        fail "$program $* failed: $output"
+    local output
+    output=$(valgrind --tool=callgrind --callgrind-out-file=/dev/null --toggle-collect=counted_work \
+        --toggle-collect=ioctl "$@" 2>&1) || fail "$* failed: $output"
     sed -n 's/.*Collected : \([0-9]\+\).*/\1/p' <<<"$output"
 }
 
@@ -46,7 +45,7 @@ table() {
         fast=$(count "build/count-$name/bin/${words[0]}" "${words[@]:1}" fast)
         awk -v what="$what" -v plain="$plain" -v fast="$fast" -v target="${targets[$column]}" 'BEGIN {
             missed = fast > target * plain ? "  missed" : ""
-            printf "%-42s %12d %12d %7.3f %7s%s\n", what, plain, fast, fast / plain, target, missed
+            printf "%-42s %12.0f %12.0f %7.3f %7s%s\n", what, plain, fast, fast / plain, target, missed
         }'
     done
 }
@@ -67,3 +66,12 @@ say "instructions, $("$compiler" --version | head -n 1)"
 table baseline 1 "baseline of the compiler's target"
 table core 1 "no vector instructions in the kernels (-mgeneral-regs-only)"
 table vectors 2 "vectors of the machine (-march=$vectors)"
+
+shop=$(mktemp -d)
+trap 'rm -r "$shop"' EXIT
+build/count-baseline/bin/make_shop "$shop" shared
+sent=$(build/count-baseline/bin/cycle "$shop" | tail -n 1)
+awk -v sent="$sent" -v instructions="$(count build/count-baseline/bin/cycle "$shop")" 'BEGIN {
+    split(sent, words, " ")
+    printf "\nstreaming cycle of forty services: %s, %.0f instructions for each packet\n", sent, instructions / words[1]
+}'

@@ -28,7 +28,7 @@ template <typename Record> void release_list(Record* first, void (*release_membe
 
 prepared_shop load_shop(const std::string& folder)
 {
-    prepared_shop state(new driver_state);
+    prepared_shop state(new driver_state{.epld_version = 3, .multi_service = true});
     state->articles = ParseXMLInfostv((folder + "infostv.xml").c_str());
     state->service_count =
         static_cast<std::uint32_t>(PurgeDataBase(&state->articles, "shop-tv-1", services_max));
