@@ -21,7 +21,7 @@ void run(std::string_view articles, std::string_view layout)
     layout_region* const regions = ParseXMLLayout(file.path.c_str());
     int left = articles_max;
     for (const auto* article = head; article != nullptr && left > 0; article = article->next, --left) {
-        const owned_subpicture display_set = draw_article(*article, regions, {.icon_directory = SAMPLE_ICONS});
+        const owned_subpicture display_set = draw_article(*article, regions, SAMPLE_ICONS);
         if (display_set && pixels_of(*display_set) <= pixels_to_encode_max)
             encode_and_check(*display_set);
     }

@@ -102,7 +102,7 @@ article_screen make_screen(
 {
     const auto expected = expected_regions(article, layout);
     article_screen screen{.findings = check_article(article, expected, folder)};
-    const owned_subpicture drawn = draw_article(article, layout, {.icon_directory = folder});
+    const owned_subpicture drawn = draw_article(article, layout, folder);
     if (drawn) {
         const auto names = match_regions(expected, *drawn);
         append(screen.findings, check_regions(*drawn, expected, names));

@@ -1,5 +1,7 @@
 #include "surface_region.h"
 
+#include "coded_region.h"
+
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
@@ -41,6 +43,16 @@ void convert(cairo_surface_t* surface, const picture& target)
     const int stride_bytes = cairo_image_surface_get_stride(surface);
     for (std::uint32_t line = 0; line < target.format.height; ++line, row += stride_bytes)
         convert_line(row, target, std::ptrdiff_t{line} * target.planes[0].pitch);
+}
+
+digest digest_of(cairo_surface_t* surface)
+{
+    const auto height = static_cast<std::size_t>(cairo_image_surface_get_height(surface));
+    const auto stride_bytes = static_cast<std::size_t>(cairo_image_surface_get_stride(surface));
+    digest sum;
+    add_number(sum, stride_bytes);
+    add_bytes(sum, {cairo_image_surface_get_data(surface), stride_bytes * height});
+    return sum;
 }
 
 void append(subpicture& display_set, subpicture_region* region)
@@ -88,7 +100,10 @@ std::int32_t AddSurfaceRegion(
     }
     region->x = format.x;
     region->y = format.y;
-    convert(surface.get(), *region->picture);
+    if (display_set.known != nullptr)
+        region->coded = find_coded_region(*display_set.known, digest_of(surface.get()));
+    if (region->coded == nullptr || !region->coded->complete)
+        convert(surface.get(), *region->picture);
     append(display_set, region);
     return drawing_done;
 }

@@ -15,7 +15,7 @@ constexpr const char* cannot_add_subtitle = "cannot add subtitle";
 /// One display set on the way, and what is used again for each of its regions.
 struct drawing {
     const layout_region* layout = nullptr;
-    const image_source& images;
+    image_source images{};
     subpicture* display_set = nullptr;
     region_format format{.chroma = chroma_yuva, .bits_per_pixel = bits_per_pixel};
     text_style style{};
@@ -87,14 +87,20 @@ void set_text(text_style& style, std::string_view text)
     std::copy_n(text.begin(), length, style.text.begin());
 }
 
-owned_subpicture draw_article(const item& article, const layout_region* layout, const image_source& images)
+owned_subpicture draw_article(const item& article, const layout_region* layout,
+    std::string_view icon_directory, common_drawings* common)
 {
     owned_subpicture display_set(subpicture_New(page_id, display_width, display_height));
     if (!display_set) {
         std::perror("cannot create Display Set\n");
         return nullptr;
     }
-    drawing page{.layout = layout, .images = images, .display_set = display_set.get()};
+    drawing page{
+        .layout = layout, .images = {.icon_directory = icon_directory}, .display_set = display_set.get()};
+    if (common != nullptr) {
+        page.images.cache = &common->images;
+        display_set->known = &common->regions;
+    }
     const bool drawn = draw_named_text(page, "model", article.model)
         && draw_named_text(page, "price", article.price) && draw_brand(page, article)
         && draw_banner(page, article) && draw_named_text(page, "warranty", article.warranty);

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "coded_region.h"
+#include "image_cache.h"
 #include "item.h"
 #include "layout.h"
 #include "picture.h"
-#include "png_image.h"
 #include "releaser.h"
 #include "resources.h"
 #include "text_region.h"
@@ -20,9 +21,17 @@ using owned_subpicture = std::unique_ptr<subpicture, releaser<subpicture_Delete>
 /// Copies at most the first 256 bytes of a text, and no part of a UTF-8 character, into the style.
 void set_text(text_style& style, std::string_view text);
 
+/// What articles have in common: kept while they are drawn and encoded one after the other.
+struct common_drawings {
+    image_cache images{};
+    coded_regions regions{};
+};
+
 /// Draws an article: its model, price, brand (logo, or else name), features and warranty, one region
 /// each, in this order. The layout says where and how, except for the banner of features, whose box is
-/// fixed. A region that the layout lacks and a text that the article lacks are left out. Null, after a
+/// fixed. A region that the layout lacks and a text that the article lacks are left out. The icons of
+/// the features come from the directory, whose path ends with a slash. With `common` the display set
+/// borrows from it, and a region whose like it knows as coded has no pixels of its own. Null, after a
 /// message through `perror`, when something cannot be drawn.
 [[nodiscard]] owned_subpicture draw_article(const item& article, const layout_region* layout,
-    const image_source& images = {.icon_directory = resources_directory});
+    std::string_view icon_directory = resources_directory, common_drawings* common = nullptr);

@@ -1,7 +1,6 @@
 #include "services.h"
 
 #include "articles.h"
-#include "coded_region.h"
 #include "display_set.h"
 #include "encoder.h"
 #include "releaser.h"
@@ -61,17 +60,12 @@ bool encode_service(subtitle_stream& stream, subpicture* display_set)
 
 bool prepare_services(driver_state& state, std::string_view icon_directory)
 {
-    image_cache cache;
-    coded_regions known;
-    const image_source images{.icon_directory = icon_directory, .cache = &cache};
+    common_drawings common;
     const item* article = state.articles;
     for (std::uint32_t i = 0; i < state.service_count; ++i, article = article->next) {
         subtitle_stream& stream = state.streams[i];
-        const owned_subpicture display_set = draw_article(*article, state.layout, images);
-        if (!display_set)
-            return false;
-        find_coded_regions(known, *display_set);
-        if (!encode_service(stream, display_set.get()))
+        const owned_subpicture display_set = draw_article(*article, state.layout, icon_directory, &common);
+        if (!display_set || !encode_service(stream, display_set.get()))
             return false;
         stream.pid = static_cast<std::uint16_t>(first_subtitle_pid + i);
         stream.continuity_counter = 0;

@@ -11,10 +11,10 @@
 /// The pixel data of an object: top and bottom field.
 using coded_fields = std::array<std::span<const std::uint8_t>, 2>;
 
-/// What became of a region's picture in a display set: the colours and the pixel data of every region with
-/// the same picture. The pixel data lie in that display set's block.
+/// What became of a region in a display set: the colours and the pixel data of every region that was
+/// drawn alike. The pixel data lie in that display set's block.
 struct coded_region {
-    digest source{};       ///< of the "YUVA" picture
+    digest source{};       ///< of what was drawn, and its size
     bool complete = false; ///< otherwise there is only the digest yet
     std::array<palette_entry, 16> colours{};
     coded_fields fields{};
@@ -26,7 +26,6 @@ struct coded_regions {
     std::size_t count = 0;
 };
 
-/// Marks every region of the display set, which is to be encoded for the first time, with the one coded
-/// before that has the same picture, or else with a new one, which the encoder will fill in. When there
-/// is no room for a new one, the region stays unmarked and is encoded for itself.
-void find_coded_regions(coded_regions& known, subpicture& page);
+/// The region drawn like that; if there is none, a new one, which the encoder will complete for the region
+/// that has it as its `coded`. Null when there is no room for one more.
+[[nodiscard]] coded_region* find_coded_region(coded_regions& known, const digest& source);

@@ -230,7 +230,7 @@ std::span<const std::uint8_t> write_field(
     return {out.start + begin / 8, static_cast<std::size_t>(length)};
 }
 
-/// For regions with the same picture. What the buffer's end may have cut is of no use to them.
+/// For regions drawn like this one. What the buffer's end may have cut is of no use to them.
 void note_coded(const bit_writer& out, const subpicture_region& region, const coded_fields& fields)
 {
     if (region.coded == nullptr || region.coded->complete || out.current == out.end)

@@ -58,6 +58,7 @@ struct picture {
 };
 
 struct coded_region;
+struct coded_regions;
 
 /// One rectangle of a display set.
 struct subpicture_region {
@@ -69,7 +70,7 @@ struct subpicture_region {
     std::uint32_t bits_per_pixel = 0;
     ::palette* palette = nullptr;  ///< owned
     ::picture* picture = nullptr;  ///< owned
-    coded_region* coded = nullptr; ///< borrowed, or null: what all regions with this picture share
+    coded_region* coded = nullptr; ///< borrowed, or null: shared by all regions drawn like this one
     std::uint32_t x = 0;           ///< position on the display, pixels from the left; the caller sets it
     std::uint32_t y = 0;           ///< position on the display, lines from the top; the caller sets it
     subpicture_region* next = nullptr;
@@ -82,6 +83,7 @@ struct subpicture {
     subpicture_region* regions = nullptr; ///< owned; region_id and object_id count along this list
     std::uint32_t width = 0;              ///< of the display, pixels
     std::uint32_t height = 0;             ///< of the display, lines
+    coded_regions* known = nullptr;       ///< borrowed, or null: regions that earlier display sets hold coded
 };
 
 /// The bytes of one PES_data_field, in the allocation of the record: one `free` releases both.
