@@ -62,16 +62,16 @@ void cycle(benchmark::State& state)
 
 // Forty articles from XML to blocks.
 BENCHMARK_TEMPLATE(preparation, prepare_shop_plainly, shop_kind::different)
-    ->Name("prepare/different/plain")
+    ->Name("prepare/plain/different")
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_TEMPLATE(preparation, prepare_shop, shop_kind::different)
-    ->Name("prepare/different/fast")
+    ->Name("prepare/fast/different")
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_TEMPLATE(preparation, prepare_shop_plainly, shop_kind::shared)
-    ->Name("prepare/shared/plain")
+    ->Name("prepare/plain/shared")
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_TEMPLATE(preparation, prepare_shop, shop_kind::shared)
-    ->Name("prepare/shared/fast")
+    ->Name("prepare/fast/shared")
     ->Unit(benchmark::kMillisecond);
 // Items are requests of the bus.
 BENCHMARK(cycle)->Name("cycle/forty services")->Unit(benchmark::kMillisecond);
