@@ -82,7 +82,7 @@ bool open_encoder(emulation& run, const launch_options& options)
         return complain(options.encoder_path + " is not a file");
     if (std::filesystem::equivalent(options.encoder_path, options.stream_path, ignored))
         return complain("the encoder stream would be overwritten by --stream " + options.stream_path);
-    run.encoder_size = std::filesystem::file_size(options.encoder_path, ignored);
+    run.encoder_size = static_cast<std::size_t>(std::filesystem::file_size(options.encoder_path, ignored));
     if (run.encoder_size == 0)
         return complain(options.encoder_path + " is empty");
     void* const bytes = mmap(nullptr, run.encoder_size, PROT_READ, MAP_SHARED, run.encoder_descriptor, 0);

@@ -67,7 +67,7 @@ std::int64_t clock_at(const multiplex& stream, std::uint64_t packet)
 
 std::span<const std::uint8_t> packet_at(std::span<const std::uint8_t> bytes, std::uint64_t number)
 {
-    return bytes.subspan(number * ts_packet_size, ts_packet_size);
+    return bytes.subspan(static_cast<std::size_t>(number) * ts_packet_size, ts_packet_size);
 }
 
 /// Marks the PMT PIDs of a PAT that fits into one packet.

@@ -75,9 +75,15 @@ std::int64_t real_clock_ns()
     std::exit(0); // so that what a sanitizer has to say at the end is said
 }
 
+timespec timespec_of(std::int64_t time_ns)
+{
+    return {.tv_sec = static_cast<std::time_t>(time_ns / second_ns),
+        .tv_nsec = static_cast<decltype(timespec::tv_nsec)>(time_ns % second_ns)};
+}
+
 void sleep_until(std::int64_t target_ns)
 {
-    const timespec target{.tv_sec = target_ns / second_ns, .tv_nsec = target_ns % second_ns};
+    const timespec target = timespec_of(target_ns);
     clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &target, nullptr);
 }
 
@@ -306,7 +312,7 @@ std::time_t time(std::time_t* result) noexcept
         now = real.tv_sec;
     } else {
         pass_time(microsecond_ns);
-        now = run->start_s + run->now_ns / second_ns;
+        now = static_cast<std::time_t>(run->start_s + run->now_ns / second_ns);
     }
     if (result != nullptr)
         *result = now;
@@ -319,7 +325,7 @@ unsigned sleep(unsigned seconds)
         pass_time(seconds * second_ns);
         return 0;
     }
-    const timespec pause{.tv_sec = seconds, .tv_nsec = 0};
+    const timespec pause = timespec_of(seconds * second_ns);
     timespec left{};
     return nanosleep(&pause, &left) == 0 ? 0 : static_cast<unsigned>(left.tv_sec);
 }
@@ -330,7 +336,7 @@ int usleep(useconds_t pause_us)
         pass_time(pause_us * microsecond_ns);
         return 0;
     }
-    const timespec pause{.tv_sec = pause_us / 1'000'000, .tv_nsec = pause_us % 1'000'000 * microsecond_ns};
+    const timespec pause = timespec_of(pause_us * microsecond_ns);
     return nanosleep(&pause, nullptr);
 }
 

@@ -112,7 +112,7 @@ void write_runs(bit_writer& out, const std::uint8_t* pixels, std::uint32_t width
 void encode_line(bit_writer& out, const subpicture_region& region, std::uint32_t line)
 {
     const plane& indices = region.picture->planes[0];
-    const std::uint8_t* const pixels = indices.pixels + std::ptrdiff_t{line} * indices.pitch;
+    const std::uint8_t* const pixels = indices.pixels + static_cast<std::ptrdiff_t>(line) * indices.pitch;
     if (region.palette->entry_count == 4) {
         write_bits(out, 8, 0x10);
         write_runs(out, pixels, region.width, 284, write_run_2bit);

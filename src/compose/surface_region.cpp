@@ -42,7 +42,7 @@ void convert(cairo_surface_t* surface, const picture& target)
     const unsigned char* row = cairo_image_surface_get_data(surface);
     const int stride_bytes = cairo_image_surface_get_stride(surface);
     for (std::uint32_t line = 0; line < target.format.height; ++line, row += stride_bytes)
-        convert_line(row, target, std::ptrdiff_t{line} * target.planes[0].pitch);
+        convert_line(row, target, static_cast<std::ptrdiff_t>(line) * target.planes[0].pitch);
 }
 
 digest digest_of(cairo_surface_t* surface)

@@ -9,8 +9,8 @@
 
 namespace {
 
-constexpr unsigned refresh_interval_s = 20;
-constexpr unsigned check_interval_s = 1;
+constexpr std::time_t refresh_interval_s = 20;
+constexpr std::time_t check_interval_s = 1;
 
 bool refresh_is_due(std::time_t last, std::time_t now)
 {
@@ -57,6 +57,7 @@ void insert_until_failure(int fd, driver_state& state, insertion_state& insertio
             return;
         // A clock that was set back must not make the loop spin.
         if (!state.multi_service)
-            sleep(refresh == refresh_result::done ? refresh_interval_s : check_interval_s);
+            sleep(static_cast<unsigned>(
+                refresh == refresh_result::done ? refresh_interval_s : check_interval_s));
     }
 }

@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr std::uint64_t alignment = 16;
+constexpr std::uint32_t alignment = 16;
 constexpr std::uint64_t block_overhead = 96;
 constexpr std::uintptr_t block_record_size = 16;
 constexpr std::uintptr_t block_headroom = 32;
@@ -15,7 +15,7 @@ constexpr std::uint32_t bits_per_plane = 8;
 static_assert(recorded_bits_per_pixel / bits_per_plane == plane_total);
 static_assert(sizeof(block) <= block_record_size);
 
-constexpr std::uint64_t round_up(std::uint64_t value)
+template <typename unsigned_integer> constexpr unsigned_integer round_up(unsigned_integer value)
 {
     return (value + alignment - 1) / alignment * alignment;
 }
@@ -58,10 +58,10 @@ palette* copy_palette(const palette* source)
 
 block* block_New(std::uint32_t size_bytes)
 {
-    const std::uint64_t total = round_up(size_bytes) + block_overhead;
+    const std::uint64_t total = round_up(std::uint64_t{size_bytes}) + block_overhead;
     if (!allocatable(total))
         return nullptr;
-    void* const memory = std::malloc(total);
+    void* const memory = std::malloc(static_cast<std::size_t>(total));
     if (memory == nullptr)
         return nullptr;
     auto* const bytes = static_cast<std::uint8_t*>(memory);
@@ -83,7 +83,9 @@ std::int32_t allocatePicture(picture& target, std::uint32_t chroma, std::uint32_
     target.plane_count = plane_total;
 
     const std::uint64_t total = picture_size(width, height);
-    target.buffer = allocatable(total) ? static_cast<std::uint8_t*>(memalign(alignment, total)) : nullptr;
+    target.buffer = allocatable(total)
+        ? static_cast<std::uint8_t*>(memalign(alignment, static_cast<std::size_t>(total)))
+        : nullptr;
     if (target.buffer == nullptr) {
         target.plane_count = 0;
         return -1;

@@ -211,7 +211,7 @@ void write_line(bit_writer& out, const subpicture_region& region, std::uint32_t 
 {
     const plane& indices = region.picture->planes[0];
     std::span<const std::uint8_t> pixels(
-        indices.pixels + std::ptrdiff_t{number} * indices.pitch, region.width);
+        indices.pixels + static_cast<std::ptrdiff_t>(number) * indices.pitch, region.width);
     line_writer line = begin_line(out);
     while (!pixels.empty()) {
         const std::size_t length = run_length(pixels, code.runs.size() - 1);
