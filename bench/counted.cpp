@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <functional>
 #include <string_view>
+#include <sys/resource.h>
 
 // One piece of work for callgrind. Only what happens in `counted_work` is meant to be counted.
 
@@ -90,5 +91,10 @@ int main(int argument_count, char** arguments)
     const std::string_view form = argument_count == 4 ? arguments[3] : "";
     if (form != "plain" && form != "fast")
         return usage();
-    return count(arguments[1], arguments[2], form == "plain") ? 0 : usage();
+    if (!count(arguments[1], arguments[2], form == "plain"))
+        return usage();
+    rusage use{};
+    getrusage(RUSAGE_SELF, &use);
+    std::printf("peak resident size: %ld kB\n", use.ru_maxrss);
+    return 0;
 }

@@ -24,7 +24,7 @@ struct image_cache {
 };
 
 /// What all images of a cache may take together.
-inline constexpr std::size_t image_cache_limit_bytes = 640 * 1024;
+inline constexpr std::size_t image_cache_limit_bytes = 512 * 1024;
 
 /// The image of that key, which becomes the last used; null when it is not there.
 [[nodiscard]] const scaled_image* find_image(image_cache& cache, const digest& key);
