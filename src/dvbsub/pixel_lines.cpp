@@ -196,7 +196,7 @@ inline std::size_t run_length(std::span<const std::uint8_t> pixels, std::size_t 
     if (pixels.size() == 1 || pixels[0] != pixels[1]) // where errors were diffused, the most of all
         return 1;
     const auto count = static_cast<std::ptrdiff_t>(pixels.size());
-    return std::min(static_cast<std::size_t>(equal_run<1>({pixels.data()}, count)), longest);
+    return std::min(static_cast<std::size_t>(equal_run(pixels.data(), count)), longest);
 }
 
 template <const code_string& code> void put_run(line_writer& line, std::uint8_t colour, std::size_t length)
