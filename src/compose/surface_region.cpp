@@ -101,7 +101,7 @@ std::int32_t AddSurfaceRegion(
     region->x = format.x;
     region->y = format.y;
     if (display_set.known != nullptr)
-        region->coded = find_coded_region(*display_set.known, digest_of(surface.get()));
+        region->coded = coded_region_for(*display_set.known, digest_of(surface.get()));
     if (region->coded == nullptr || !region->coded->complete)
         convert(surface.get(), *region->picture);
     append(display_set, region);

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-coded_region* find_coded_region(coded_regions& known, const digest& source)
+coded_region* coded_region_for(coded_regions& known, const digest& source)
 {
     coded_region* const end = known.regions.data() + known.count;
     coded_region* const found = std::find_if(known.regions.data(), end,

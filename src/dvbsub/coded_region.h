@@ -20,7 +20,7 @@ struct coded_region {
     coded_fields fields{};
 };
 
-/// The regions of some display sets, none of whose blocks is released before this.
+/// The regions of some display sets, whose blocks must outlive this record.
 struct coded_regions {
     std::array<coded_region, 256> regions{}; ///< from the front on
     std::size_t count = 0;
@@ -28,4 +28,4 @@ struct coded_regions {
 
 /// The region drawn like that; if there is none, a new one, which the encoder will complete for the region
 /// that has it as its `coded`. Null when there is no room for one more.
-[[nodiscard]] coded_region* find_coded_region(coded_regions& known, const digest& source);
+[[nodiscard]] coded_region* coded_region_for(coded_regions& known, const digest& source);

@@ -7,18 +7,21 @@ namespace {
 
 constexpr std::size_t word_bytes = sizeof(std::uint64_t);
 
-// Odd, and as many ones as zeros, without a pattern: the fractions of the square roots of 2 and 3.
+// Odd, and without a pattern: the fractions of the square roots of 2 and 3.
 constexpr std::uint64_t first_factor = 0x6A09E667F3BCC909;
 constexpr std::uint64_t second_factor = 0xBB67AE8584CAA73B;
 
 } // namespace
 
-// Each step is one to one in the state and in the number. The rotations bring down what the
-// multiplications have carried up, and differ so that the two words go different ways.
+// Each step is one to one in the state and in the number. A multiplication carries every bit up; the
+// rotations and shifts bring it down again, differently in the two words.
 void add_number(digest& sum, std::uint64_t number)
 {
-    sum.words[0] = std::rotl(sum.words[0] ^ number, 29) * first_factor;
-    sum.words[1] = (std::rotl(sum.words[1], 37) + number) * second_factor;
+    auto& [first, second] = sum.words;
+    first = std::rotl(first ^ number, 29) * first_factor;
+    first ^= first >> 32;
+    second = (std::rotl(second, 37) + number) * second_factor;
+    second ^= second >> 29;
 }
 
 void add_bytes(digest& sum, std::span<const std::uint8_t> bytes)

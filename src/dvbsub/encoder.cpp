@@ -215,25 +215,23 @@ void write_clut(encoder& state, bit_writer& out, const palette& colours)
     }
 }
 
-/// Writes one field of the object and stores its length in the 16 bits at `length_position`. Returns the
-/// field's bytes in the buffer.
-std::span<const std::uint8_t> write_field(
-    bit_writer& out, const subpicture_region& region, std::uint8_t top, std::int32_t length_position)
+/// Writes one field of the object. Returns its bytes in the buffer.
+std::span<const std::uint8_t> write_field(bit_writer& out, const subpicture_region& region, std::uint8_t top)
 {
     const std::int32_t begin = bs_pos(out);
     if (region.coded != nullptr && region.coded->complete)
         bs_write_bytes(out, region.coded->fields[top != 0 ? 0 : 1]);
     else
         encode_pixel_data(out, region, top);
-    const std::int32_t length = bytes_since(out, begin);
-    store_length(out, length_position, length);
-    return {out.start + begin / 8, static_cast<std::size_t>(length)};
+    return {out.start + begin / 8, static_cast<std::size_t>(bytes_since(out, begin))};
 }
 
-/// For regions drawn like this one. What the buffer's end may have cut is of no use to them.
+/// For regions drawn like this one. A single field, or what the buffer's end may have cut, is of no use to
+/// them.
 void note_coded(const bit_writer& out, const subpicture_region& region, const coded_fields& fields)
 {
-    if (region.coded == nullptr || region.coded->complete || out.current == out.end)
+    if (region.coded == nullptr || region.coded->complete || fields[1].data() == nullptr
+        || out.current == out.end)
         return;
     const auto colours = used_entries(*region.palette);
     if (colours.size() != region.coded->colours.size())
@@ -247,9 +245,11 @@ void write_object_data(bit_writer& out, const subpicture_region& region)
 {
     const std::int32_t lengths_position = bs_pos(out);
     bs_write(out, 32, 0); // top_field_data_block_length, bottom_field_data_block_length
-    coded_fields fields{write_field(out, region, 1, lengths_position)};
+    coded_fields fields{write_field(out, region, 1)};
     if (region.picture->top_field_only != 1)
-        fields[1] = write_field(out, region, 0, lengths_position + 16);
+        fields[1] = write_field(out, region, 0);
+    for (std::int32_t i = 0; i < 2; ++i)
+        store_length(out, lengths_position + 16 * i, static_cast<std::int32_t>(fields[i].size()));
     note_coded(out, region, fields);
     bs_align_0(out);
     if (bs_pos(out) % 16 != 0)

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <malloc.h>
 #include <memory>
 
@@ -35,7 +36,7 @@ constexpr std::int32_t distance_unit = entry_limit;
 static_assert((1 + 1 + 1 + 2) * 255 * distance_unit + distance_unit <= 0x7FFF);
 
 /// What there is to know about a palette: a table for each value that a component takes among its entries
-/// or between them.
+/// or between them. Not cleared: most of its 33 KB are never looked at.
 struct nearness {
     std::array<std::array<distances, 256>, plane_total> by_value; ///< set from `lowest` to `highest`
     std::array<components, entry_limit> entries;
@@ -50,6 +51,19 @@ struct memory_releaser {
     }
 };
 using error_row = std::unique_ptr<components[], memory_releaser>;
+
+/// Cleared errors for a line of so many pixels; null when there is no memory.
+error_row new_error_row(std::int32_t pixels)
+{
+    constexpr std::size_t longest = std::numeric_limits<std::ptrdiff_t>::max() / sizeof(components);
+    const std::size_t count = static_cast<std::size_t>(pixels) + 1;
+    if (count > longest)
+        return nullptr;
+    auto* const errors = static_cast<components*>(memalign(alignof(components), count * sizeof(components)));
+    if (errors != nullptr)
+        std::fill_n(errors, count, components{});
+    return error_row(errors);
+}
 
 using component_values = std::array<std::int32_t, entry_limit>;
 
@@ -200,13 +214,10 @@ void map_exactly(const picture& target, const palette& colours)
 
 bool map_pixels(const picture& target, const palette& colours, bool exact)
 {
-    // Wanted in any case: whether a region can be converted does not depend on its colours.
-    const std::size_t size_bytes =
-        (static_cast<std::size_t>(target.planes[0].pitch) + 1) * sizeof(components);
-    const error_row errors(static_cast<components*>(memalign(alignof(components), size_bytes)));
+    // In any case, so that a lack of memory does not depend on the colours of a picture.
+    const error_row errors = new_error_row(target.planes[0].pitch);
     if (errors == nullptr)
         return false;
-    std::memset(errors.get(), 0, size_bytes);
     if (exact)
         map_exactly(target, colours);
     else

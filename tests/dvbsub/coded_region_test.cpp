@@ -22,7 +22,7 @@ block_owner encode(const std::vector<unsigned>& wanted, coded_regions* known)
         const std::uint32_t size = picture == large ? 400 : 20 + picture % 2;
         subpicture_region& region = add_region(*page, size, size);
         if (known != nullptr)
-            region.coded = find_coded_region(*known, {{picture, 0}});
+            region.coded = coded_region_for(*known, {{picture, 0}});
         if (region.coded != nullptr && region.coded->complete)
             continue; // its pixels do not matter
         std::minstd_rand numbers(picture);
