@@ -108,7 +108,7 @@ void write_label(
     icon_column& column, const feature& shown, const char* text, const png_image& icon)
 {
     cairo_save(column.context);
-    if (!paint_scaled(column.context, icon, column.format))
+    if (!paint_scaled(column.context, icon))
         return false;
     if (shown.label)
         write_label(column, *shown.label, text, icon);

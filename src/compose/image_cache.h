@@ -26,9 +26,12 @@ struct image_cache {
 /// What all images of a cache may take together.
 inline constexpr std::size_t image_cache_limit_bytes = 512 * 1024;
 
+/// Larger regions are not worth a place: a few of them would drive all icons out.
+inline constexpr std::size_t cached_region_limit_bytes = image_cache_limit_bytes / 2;
+
 /// The image of that key, which becomes the last used; null when it is not there.
 [[nodiscard]] const scaled_image* find_image(image_cache& cache, const digest& key);
 
-/// Takes an image in, in place of those that have not been used for longest. Returns it where it is
-/// now, until the next call; null when it is larger than all may be together.
+/// Takes an image in, in place of all that have not been used since those that fit beside it. Returns it
+/// where it is now, until the next call; null when it is larger than all may be together.
 const scaled_image* keep_image(image_cache& cache, scaled_image image);

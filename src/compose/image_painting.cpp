@@ -9,16 +9,16 @@
 
 namespace {
 
-bool scale(cairo_t* context, const png_image& image, const region_format& format)
+bool scale(cairo_t* context, const png_image& image)
 {
-    const double width = format.width;
-    const double height = format.height;
+    const double width = image.place.width;
+    const double height = image.place.height;
     cairo_scale(context, width / image.width, height / (image.place.slots * image.height));
     if (cairo_status(context) == CAIRO_STATUS_SUCCESS)
         return true;
     std::fprintf(stderr, "Error: Cannot scale image %s (%d,%d) to (%d,%d) : %s\n", image.path,
-        static_cast<int>(image.width), static_cast<int>(image.height), static_cast<int>(format.width),
-        static_cast<int>(format.height), cairo_status_to_string(cairo_status(context)));
+        static_cast<int>(image.width), static_cast<int>(image.height), static_cast<int>(image.place.width),
+        static_cast<int>(image.place.height), cairo_status_to_string(cairo_status(context)));
     return false;
 }
 
@@ -107,9 +107,17 @@ scaled_image draw_alone(cairo_t* like, const png_image& image)
                                                                      : scaled_image{};
 }
 
+std::size_t size_bytes(cairo_surface_t* surface)
+{
+    return static_cast<std::size_t>(cairo_image_surface_get_stride(surface))
+        * static_cast<std::size_t>(cairo_image_surface_get_height(surface));
+}
+
 /// Scales the image for this region and those to come. Null when it cannot be kept.
 const scaled_image* scale_for_cache(cairo_t* context, const png_image& image)
 {
+    if (size_bytes(cairo_get_target(context)) > cached_region_limit_bytes)
+        return nullptr;
     scaled_image scaled = draw_alone(context, image);
     if (scaled.size_bytes == 0)
         return nullptr;
@@ -131,9 +139,9 @@ bool paint_again(cairo_t* context, const png_image& image, const scaled_image& s
 
 } // namespace
 
-bool paint_scaled(cairo_t* context, const png_image& image, const region_format& format)
+bool paint_scaled(cairo_t* context, const png_image& image)
 {
-    if (!scale(context, image, format))
+    if (!scale(context, image))
         return false;
     const scaled_image* scaled = image.scaled;
     if (scaled == nullptr && image.cache != nullptr)

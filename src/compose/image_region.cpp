@@ -11,7 +11,7 @@ namespace {
 std::int32_t draw_image(region_format& format, const png_image& image, subpicture& display_set)
 {
     canvas drawn = new_canvas(format);
-    if (!paint_scaled(drawn.context.get(), image, format))
+    if (!paint_scaled(drawn.context.get(), image))
         return drawing_failed;
     return AddSurfaceRegion(std::move(drawn.surface), std::move(drawn.context), format, display_set);
 }
@@ -35,13 +35,13 @@ std::int32_t add_cached_image(
         return drawing_failed;
 
     const image_place place{.width = format->width, .height = keep_ratio ? 0 : format->height};
-    const png_image image = load_png(path, place, cache);
+    png_image image = load_png(path, place, cache);
     if (image.status != CAIRO_STATUS_SUCCESS) {
         std::fprintf(
             stderr, "Error: Cannot render image %s: %s\n", path, cairo_status_to_string(image.status));
         return drawing_failed;
     }
     if (keep_ratio)
-        format->height = format->width * image.height / image.width;
+        image.place.height = format->height = format->width * image.height / image.width;
     return is_left_out(*format) ? drawing_done : draw_image(*format, image, *display_set);
 }

@@ -13,6 +13,7 @@
 namespace {
 
 constexpr std::size_t read_size_bytes = 4096;
+constexpr off_t digest_limit_bytes = 4 << 20; ///< what follows an image in a larger file may have no end
 
 /// As cairo tells why a file cannot be opened.
 cairo_status_t open_status(int error)
@@ -29,11 +30,12 @@ cairo_status_t read_file(void* file, unsigned char* bytes, unsigned int count)
 }
 
 /// The digest of a whole file, which is at its front before and afterwards. Nothing when it cannot be
-/// read twice.
+/// read twice or is very large.
 std::optional<digest> digest_of(std::FILE* file)
 {
     struct stat information { };
-    if (fstat(fileno(file), &information) != 0 || !S_ISREG(information.st_mode))
+    if (fstat(fileno(file), &information) != 0 || !S_ISREG(information.st_mode)
+        || information.st_size > digest_limit_bytes)
         return std::nullopt;
     digest sum;
     std::array<std::uint8_t, read_size_bytes> bytes{};
@@ -77,7 +79,10 @@ bool has_eight_bits(cairo_surface_t* surface)
 
 void load_for_cache(png_image& image, std::FILE* file, image_cache& cache)
 {
-    if (const auto sum = digest_of(file)) {
+    const int error = errno; // what is said of a broken image tells nothing of its digest
+    const auto sum = digest_of(file);
+    errno = error;
+    if (sum) {
         image.cache = &cache;
         image.key = *sum;
         add_place(image.key, image.place);
