@@ -22,8 +22,11 @@ void begin_segment(bit_writer& out, std::uint32_t type, const subpicture& page)
 
 void store(const bit_writer& out, std::int32_t position, std::int32_t value)
 {
-    if (out.start + position / 8 + 2 <= out.end)
-        _SetWBE(out.start + position / 8, static_cast<std::uint16_t>(value));
+    std::uint8_t* const place = out.start + position / 8;
+    if (place != out.end)
+        place[0] = static_cast<std::uint8_t>(value >> 8);
+    if (place != out.end && place + 1 != out.end)
+        place[1] = static_cast<std::uint8_t>(value);
 }
 
 void write_page_composition(encoder& state, bit_writer& out, const subpicture& page)
