@@ -15,7 +15,7 @@ byte_string bytes_of(const std::string& hexadecimal);
 
 struct ts_unit {
     std::uint16_t pid = 0;
-    byte_string bytes; ///< a section from table_id to its end, or a PES packet
+    byte_string bytes{}; ///< a section from table_id to its end, or a PES packet
 };
 
 struct ts_content {

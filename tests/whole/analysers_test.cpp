@@ -1,49 +1,30 @@
 #include "emulated_run.h"
 
 #include <gmock/gmock.h>
-
-using testing::HasSubstr;
+#include <regex>
 
 // What independent analysers read in the stream that leaves the board.
 
 namespace {
 
-const setting_list settings{
-    {"PREF_SYSTEM_ENCODER_1_SERVICE_ID", "100"},
-    {"PREF_SYSTEM_ENCODER_1_TS_ID", "7"},
-    {"PREF_SYSTEM_ENCODER_1_NETWORK_ID", "9"},
-    {"PREF_SYSTEM_ENCODER_1_NIT_VERSION", "5"},
-    {"PREF_SYSTEM_ENCODER_1_NETWORK_NAME", "Shop Network"},
-    {"PREF_SYSTEM_ENCODER_1_VISIBLE_SERVICE", "true"},
-    {"PREF_SYSTEM_ENCODER_1_LCN", "42"},
-    {"PREF_SYSTEM_ENCODER_1_SERVICE_PROVIDER_NAME", "Shop TV"},
-    {"PREF_SYSTEM_ENCODER_1_SERVICE_NAME", "Shop Window"},
-    {"PREF_SYSTEM_ENCODER_1_VIDEO_FRAMERATE", "25"},
-    {"PREF_SYSTEM_ENCODER_1_VIDEO_CODEC", "H264"},
-    {"PREF_SYSTEM_ENCODER_1_AUDIO_ENABLED", "true"},
-};
+constexpr std::pair<const char*, const char*> settings[] = {{"SERVICE_ID", "100"}, {"TS_ID", "7"},
+    {"NETWORK_ID", "9"}, {"NIT_VERSION", "5"}, {"NETWORK_NAME", "Shop Network"}, {"VISIBLE_SERVICE", "true"},
+    {"LCN", "42"}, {"SERVICE_PROVIDER_NAME", "Shop TV"}, {"SERVICE_NAME", "Shop Window"},
+    {"VIDEO_FRAMERATE", "25"}, {"VIDEO_CODEC", "H264"}, {"AUDIO_ENABLED", "true"}};
 
 /// Fields of the first packet that matches a filter, with CRCs verified (1: good).
 std::string fields(const std::string& stream, const std::string& filter, const std::string& names)
 {
-    std::string command =
-        "tshark -r " + stream + " -o mpeg_sect.verify_crc:TRUE -Y '" + filter + "' -T fields";
-    for (std::size_t begin = 0; begin < names.size();) {
-        const std::size_t end = std::min(names.find(' ', begin), names.size());
-        command += " -e " + names.substr(begin, end - begin);
-        begin = end + 1;
-    }
-    const std::string lines = output_of_command(command);
+    const std::string lines = output_of_command("tshark -r " + stream + " -o mpeg_sect.verify_crc:TRUE -Y '"
+        + filter + "' -T fields" + std::regex_replace(" " + names, std::regex(" "), " -e "));
     return lines.substr(0, lines.find('\n'));
 }
 
-struct analysed_table {
+constexpr struct {
     const char* filter;
     const char* names;
     const char* values;
-};
-
-constexpr analysed_table tables[] = {
+} tables[] = {
     {"mpeg_pat", "mpeg_sect.crc.status mpeg_pat.tsid mpeg_pat.prog_num mpeg_pat.prog_map_pid",
         "1\t0x0007\t0x0000,0x0064\t0x0010,0x0100"},
     {"mpeg_pmt",
@@ -64,26 +45,30 @@ constexpr analysed_table tables[] = {
     {"dvb_tdt", "dvb_tdt.utc_time", "Nov 18, 2026 14:05:09.000000000 UTC"},
     {"dvb_tot", "mpeg_sect.crc.status dvb_tot.utc_time mpeg_descr.local_time_offset.country_code",
         "1\tNov 18, 2026 14:05:09.000000000 UTC\tFRA"},
+    {"_ws.expert || _ws.malformed || mp2t.cc.drop || mpeg_sect.crc.status == 0",
+        "frame.number mp2t.pid _ws.expert.message", ""},
 };
+
+void expect_tables_as_set(const std::vector<std::string>& options, const std::string& stream)
+{
+    run_request request{{"--start", "2026-11-18 14:05:09", "--stream", stream}};
+    for (const auto& [name, value] : settings)
+        request.settings.emplace_back(std::string("PREF_SYSTEM_ENCODER_1_") + name, value);
+    request.options.insert(request.options.end(), options.begin(), options.end());
+    const run_result result = run_daemon_emulated(request);
+    ASSERT_EQ(result.emulator_status, 0) << result.summary;
+    for (const auto& [filter, names, values] : tables)
+        EXPECT_EQ(fields(stream, filter, names), values) << testing::PrintToString(options);
+}
 
 } // namespace
 
 TEST(Analysers, ReadTheTablesAsSet)
 {
     const temporary_folder folder;
-    const std::string stream = (folder.path / "stream.ts").string();
-    for (const char* generation : {"2", "3"}) {
-        const run_result result = run_daemon_emulated(
-            {{"--duration", "30", "--generation", generation, "--start", "2026-11-18 14:05:09"}, settings},
-            stream);
-        ASSERT_EQ(result.emulator_status, 0) << result.summary;
-        for (const auto& [filter, names, values] : tables)
-            EXPECT_EQ(fields(stream, filter, names), values) << generation;
-        EXPECT_EQ(fields(stream, "_ws.expert || _ws.malformed || mp2t.cc.drop || mpeg_sect.crc.status == 0",
-                      "frame.number mp2t.pid _ws.expert.message"),
-            "")
-            << generation;
-    }
+    for (const char* generation : {"2", "3"})
+        expect_tables_as_set(
+            {"--duration", "30", "--generation", generation}, (folder.path / "stream.ts").string());
 }
 
 TEST(Analysers, OpenTheStreamOfAnEncoder)
@@ -97,19 +82,11 @@ TEST(Analysers, OpenTheStreamOfAnEncoder)
                           " -streamid 0:4113 "
             + encoder),
         "");
-    const run_result result =
-        run_daemon_emulated({{"--encoder", encoder, "--start", "2026-11-18 14:05:09"}, settings}, stream);
-    ASSERT_EQ(result.emulator_status, 0) << result.summary;
+    expect_tables_as_set({"--encoder", encoder}, stream);
 
-    const std::string probed =
-        output_of_command("ffprobe -v error -show_programs -of compact " + stream + " 2>&1");
-    EXPECT_THAT(probed, HasSubstr("program_num=100"));
-    EXPECT_THAT(probed, HasSubstr("pcr_pid=4097"));
-    EXPECT_THAT(probed, HasSubstr("service_name=Shop Window"));
-    EXPECT_THAT(probed, HasSubstr("service_provider=Shop TV"));
-    EXPECT_THAT(probed, HasSubstr("codec_name=h264"));
+    const std::string probed = output_of_command("ffprobe -v error -show_programs -of compact " + stream);
+    for (const char* found : {"program_num=100", "pcr_pid=4097", "service_name=Shop Window",
+             "service_provider=Shop TV", "codec_name=h264"})
+        EXPECT_THAT(probed, testing::HasSubstr(found));
     EXPECT_EQ(output_of_command("ffmpeg -v error -i " + stream + " -f null - 2>&1"), "");
-    for (const auto& [filter, names, values] : tables)
-        EXPECT_EQ(fields(stream, filter, names), values);
-    EXPECT_EQ(fields(stream, "_ws.expert || mp2t.cc.drop", "frame.number mp2t.pid _ws.expert.message"), "");
 }

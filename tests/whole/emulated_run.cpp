@@ -18,36 +18,82 @@ std::string quoted(const std::string& text)
 /// "1.000350 write-block 32 at 20: 83 02 40 0C", and "failed" at the end where it did.
 recorded_request parse_record(const std::string& line)
 {
-    recorded_request request;
+    const std::size_t end = std::min(line.find(" failed"), line.size());
+    recorded_request request{.failed = end < line.size()};
     const std::size_t colon = std::min(line.find(':'), line.size());
     std::istringstream head(line.substr(0, colon));
     std::string at;
     head >> request.time_s >> request.kind >> request.register_number >> at >> request.pointer;
-    const std::size_t end = std::min(line.find(" failed"), line.size());
-    request.failed = end < line.size();
-    std::istringstream bytes(line.substr(0, end).substr(std::min(colon + 1, end)));
-    for (unsigned value = 0; bytes >> std::hex >> value;)
-        request.bytes.push_back(static_cast<std::uint8_t>(value));
+    request.bytes = bytes_of(line.substr(0, end).substr(std::min(colon + 1, end)));
     return request;
 }
 
-std::vector<recorded_request> parse_records(const std::string& text)
+/// Runs a command in the shell. Returns its exit status; what it prints goes to two files in the folder.
+int run_command(const std::string& command, const temporary_folder& folder)
 {
-    std::vector<recorded_request> requests;
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);)
-        requests.push_back(parse_record(line));
-    return requests;
+    const std::string path = folder.path.string();
+    const std::string line = command + " >" + path + "/output 2>" + path + "/errors </dev/null";
+    return WEXITSTATUS(std::system(line.c_str())); // NOLINT(cert-env33-c): the shell keeps the output apart
 }
 
-/// "daemon: ended with status 234 after 0.2 s" without the time.
-std::string first_sentence(const std::string& summary)
+std::string article(int i)
 {
-    const std::string line = summary.substr(0, summary.find('\n'));
-    return line.substr(0, std::min(line.find(", after"), line.find(" after")));
+    const std::string number = std::to_string(i);
+    return "<article code=\"A" + number + "\"><ovu>shop-tv-1</ovu><channel>" + std::to_string(101 + i)
+        + "</channel><model>" + std::string(1 + i % 5, 'M') + number + "</model>"
+        + (i % 2 == 0 ? "<price>" + number + "99 €</price>" : "")
+        + (i % 3 == 1 ? "<brand>Norvane</brand><type>LED</type>" : "") + "</article>\n";
 }
 
 } // namespace
+
+run_result run_daemon_emulated(run_request request)
+{
+    const temporary_folder folder;
+    const std::string path = folder.path.string();
+    request.options.insert(
+        request.options.end(), {"--summary", path + "/summary", "--record", path + "/record"});
+    run_result result{.emulator_status = run_command(command_line(request), folder),
+        .output = read_file(folder.path / "output"),
+        .errors = read_file(folder.path / "errors"),
+        .summary = read_file(folder.path / "summary")};
+    // "daemon: ended with status 234 after 0.2 s", or "…, after 0.2 s"
+    const std::string end = result.summary.substr(0, result.summary.find(" after"));
+    result.daemon_end = end.substr(0, end.find(','));
+    std::istringstream record(read_file(folder.path / "record"));
+    for (std::string line; std::getline(record, line);)
+        result.requests.push_back(parse_record(line));
+    return result;
+}
+
+void write_shop(const temporary_folder& folder, int articles)
+{
+    std::filesystem::copy(SAMPLE_SHOP, folder.path);
+    std::string text;
+    for (int i = 0; i < articles; ++i)
+        text += article(i);
+    write_file(folder, "infostv.xml", "<infostv>" + text + "</infostv>");
+    write_file(folder, "referencieltv.xml", "<referencieltv/>");
+}
+
+run_request shop_run(const temporary_folder& folder, const std::vector<std::string>& options)
+{
+    run_request request{.options = {"--generation", "3", "--resources", folder.path.string()},
+        .settings = {{"HOME", folder.path.string()}, // where fontconfig may keep what it finds
+            {"PREF_SYSTEM_NETWORK_HOSTNAME", "shop-tv-1"},
+            {"PREF_SYSTEM_ENCODER_1_DVB_MULTI_SERVICES", "true"}, {"PREF_SYSTEM_ENCODER_1_SERVICE_ID", "100"},
+            {"PREF_SYSTEM_ENCODER_1_SERVICE_NAME", "Shop Window"}}};
+    request.options.insert(request.options.end(), options.begin(), options.end());
+    return request;
+}
+
+std::string output_of_command(const std::string& command)
+{
+    const temporary_folder folder;
+    if (run_command(command, folder) != 0)
+        return "failed: " + command + "\n" + read_file(folder.path / "errors");
+    return read_file(folder.path / "output");
+}
 
 std::string command_line(const run_request& request)
 {
@@ -59,38 +105,4 @@ std::string command_line(const run_request& request)
     for (const std::string& option : request.options)
         line += " " + quoted(option);
     return line + " -- " + request.program;
-}
-
-run_result run_daemon_emulated(const run_request& request)
-{
-    const temporary_folder folder;
-    const auto file = [&](const char* name) { return (folder.path / name).string(); };
-    run_request whole = request;
-    whole.options.insert(whole.options.end(), {"--summary", file("summary"), "--record", file("record")});
-    const std::string line =
-        command_line(whole) + " >" + file("output") + " 2>" + file("errors") + " </dev/null";
-    const int status = std::system(line.c_str()); // NOLINT(cert-env33-c): the shell keeps the output apart
-    const std::string summary = read_file(file("summary"));
-    return {.emulator_status = WEXITSTATUS(status),
-        .daemon_end = first_sentence(summary),
-        .output = read_file(file("output")),
-        .errors = read_file(file("errors")),
-        .summary = summary,
-        .requests = parse_records(read_file(file("record")))};
-}
-
-run_result run_daemon_emulated(run_request request, const std::string& stream_path)
-{
-    request.options.insert(request.options.end(), {"--stream", stream_path});
-    return run_daemon_emulated(request);
-}
-
-std::string output_of_command(const std::string& command)
-{
-    const temporary_folder folder;
-    const auto file = [&](const char* name) { return (folder.path / name).string(); };
-    const std::string line = command + " >" + file("output") + " 2>" + file("errors") + " </dev/null";
-    if (std::system(line.c_str()) != 0) // NOLINT(cert-env33-c): as above
-        return "failed: " + command + "\n" + read_file(file("errors"));
-    return read_file(file("output"));
 }

@@ -1,46 +1,52 @@
 #pragma once
 
 #include "temporary.h"
+#include "ts_reader.h"
 
-#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
 
 /// The daemon, as it ships, on the emulated device.
 
-/// The daemon's environment variables.
-using setting_list = std::vector<std::pair<std::string, std::string>>;
+inline constexpr const char* at_work = "daemon: at work when the run ended";
+inline constexpr const char* failed = "daemon: ended with status 234";
 
 struct run_request {
-    std::vector<std::string> options{}; ///< of the emulator
-    setting_list settings{};
+    std::vector<std::string> options{};                          ///< of the emulator
+    std::vector<std::pair<std::string, std::string>> settings{}; ///< environment variables of the daemon
     std::string program = DAEMON;
 };
 
 struct recorded_request {
     double time_s = 0;
-    std::string kind; ///< "write-block" and so on
+    std::string kind{}; ///< "write-block" and so on
     unsigned register_number = 0;
     unsigned pointer = 0; ///< of the data port
-    std::vector<std::uint8_t> bytes{};
+    byte_string bytes{};
     bool failed = false;
 };
 
 struct run_result {
     int emulator_status = -1;
-    std::string daemon_end; ///< the first line of the summary, without its time
-    std::string output;     ///< of the daemon
-    std::string errors;
-    std::string summary;
-    std::vector<recorded_request> requests;
+    std::string daemon_end{}; ///< the first line of the summary, without its time
+    std::string output{};     ///< of the daemon
+    std::string errors{};
+    std::string summary{};
+    std::vector<recorded_request> requests{};
 };
 
 /// Runs the daemon to its end or the end of the run.
-run_result run_daemon_emulated(const run_request& request);
+run_result run_daemon_emulated(run_request request);
 
-/// The same, and the transport stream goes to `stream_path`.
-run_result run_daemon_emulated(run_request request, const std::string& stream_path);
+/// Makes an empty folder one that can stand in for the resources directory of the board: the sample shop's
+/// pictures and layout, with articles made up. Article i has the code "A<i>" and the channel 101 + i; what
+/// they show, and with it the size of their subtitles, differs.
+void write_shop(const temporary_folder& folder, int articles);
+
+/// A run of the daemon in such a folder, in multi-service operation, on the host of these articles.
+/// `options` are the emulator's.
+run_request shop_run(const temporary_folder& folder, const std::vector<std::string>& options);
 
 /// What a program prints to its standard output, when it ends with status 0; otherwise a text that
 /// says that it failed, with what it printed to standard error.

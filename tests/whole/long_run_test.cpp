@@ -1,36 +1,9 @@
-#include "emulated_run.h"
-#include "ts_reader.h"
+#include "slot_loads.h"
 
 #include <ctime>
 #include <gmock/gmock.h>
 
 namespace {
-
-constexpr std::int64_t refresh_s = 20;
-constexpr std::int64_t mjd_of_epoch = 40587; // 1 January 1970
-
-/// A packet that was loaded into a stream slot, put together from its seven blocks.
-struct loaded_packet {
-    double time_s = 0;
-    byte_string bytes{};
-};
-
-std::vector<loaded_packet> packets_of(const std::vector<recorded_request>& requests, std::uint16_t pid)
-{
-    std::vector<loaded_packet> packets;
-    for (std::size_t i = 0; i + 7 <= requests.size(); ++i) {
-        const auto& first = requests[i];
-        if (first.kind != "write-block" || first.bytes.size() != 31 || first.bytes[0] != 0x47
-            || ((first.bytes[1] & 0x1F) << 8 | first.bytes[2]) != pid)
-            continue;
-        loaded_packet packet{.time_s = first.time_s};
-        for (std::size_t block = i; block < i + 7; ++block)
-            packet.bytes.insert(
-                packet.bytes.end(), requests[block].bytes.begin(), requests[block].bytes.end());
-        packets.push_back(packet);
-    }
-    return packets;
-}
 
 int decimal(std::uint8_t bcd)
 {
@@ -40,6 +13,7 @@ int decimal(std::uint8_t bcd)
 /// The UTC time field at the front of a TDT or TOT, in seconds since the epoch.
 std::int64_t time_of(const byte_string& packet)
 {
+    constexpr std::int64_t mjd_of_epoch = 40587; // 1 January 1970
     const std::uint8_t* const field = packet.data() + 5 + 3;
     const std::int64_t days = (field[0] << 8 | field[1]) - mjd_of_epoch;
     return days * 86400 + decimal(field[2]) * 3600 + decimal(field[3]) * 60 + decimal(field[4]);
@@ -68,17 +42,17 @@ TEST(LongRun, TenHoursOfTimeTables)
     for (const std::string start : ten_hour_starts) {
         const run_result result = run_daemon_emulated({{"--duration", "10h", "--start", start}, {}});
         ASSERT_EQ(result.emulator_status, 0) << start << result.summary;
-        const auto packets = packets_of(result.requests, 20);
-        ASSERT_GE(packets.size(), 2U * (36'000 / 20 - 10)) << start;
-
-        const std::int64_t start_s = seconds_of(start);
-        for (std::size_t i = 0; i < packets.size(); ++i) {
-            const auto& [time_s, bytes] = packets[i];
-            EXPECT_EQ(bytes[5], i % 2 == 0 ? 0x70 : 0x73) << start << i;
-            EXPECT_EQ(bytes[3] & 0x0F, i % 16) << start << i;
-            EXPECT_NEAR(static_cast<double>(time_of(bytes) - start_s), time_s, 1.0) << start << i;
-            const double previous_s = i < 2 ? time_s - refresh_s : packets[i - 2].time_s;
-            EXPECT_NEAR(time_s - previous_s, refresh_s, 0.1) << start << i;
+        const auto [loads, complaint] = read_loads(result.requests);
+        ASSERT_EQ(complaint, "") << start;
+        ASSERT_GE(loads.size(), 2U * (36'000 / 20 - 10)) << start;
+        for (std::size_t i = 0; i < loads.size(); ++i) {
+            const byte_string& packet = loads[i].packets.at(0);
+            EXPECT_EQ(packet[5], i % 2 == 0 ? 0x70 : 0x73) << start << i;
+            EXPECT_EQ(packet[3] & 0x0F, i % 16) << start << i;
+            EXPECT_NEAR(static_cast<double>(time_of(packet) - seconds_of(start)), loads[i].time_s, 1.0)
+                << start << i;
+            const double previous_s = i < 2 ? loads[i].time_s - 20 : loads[i - 2].time_s;
+            EXPECT_NEAR(loads[i].time_s - previous_s, 20, 0.1) << start << i;
         }
     }
 }

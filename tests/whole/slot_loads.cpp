@@ -4,9 +4,6 @@
 
 namespace {
 
-constexpr unsigned control_register = 0;
-constexpr unsigned pointer_register = 11;
-constexpr unsigned data_register = 32;
 constexpr unsigned insertion_bit = 0x10;
 constexpr unsigned busy_bit = 0x01;
 constexpr unsigned acknowledged_bit = 0x08;
@@ -30,46 +27,43 @@ bool ended(const record_cursor& in)
         || in.requests[in.next].kind == "close";
 }
 
-bool is_next(const record_cursor& in, const char* kind, unsigned register_number, std::size_t size)
+bool is_next(const record_cursor& in, const std::string& kind, std::size_t size)
 {
-    return !ended(in) && in.requests[in.next].kind == kind
-        && in.requests[in.next].register_number == register_number
-        && in.requests[in.next].bytes.size() == size;
+    return !ended(in) && in.requests[in.next].kind == kind && in.requests[in.next].bytes.size() == size;
 }
 
 /// The bytes of the next request; zeros when it is another one, or none.
-byte_string take(record_cursor& in, const char* kind, unsigned register_number, std::size_t size)
+byte_string take(record_cursor& in, const std::string& kind, std::size_t size)
 {
-    if (is_next(in, kind, register_number, size))
+    if (is_next(in, kind, size))
         return in.requests[in.next++].bytes;
     if (!ended(in))
-        in.complaint = "request " + std::to_string(in.next) + " is " + in.requests[in.next].kind + " of "
-            + std::to_string(in.requests[in.next].bytes.size()) + " bytes, not " + kind + " of "
-            + std::to_string(size);
+        in.complaint =
+            "request " + std::to_string(in.next) + " is no " + kind + " of " + std::to_string(size);
     return byte_string(size);
 }
 
-byte_string take_block(record_cursor& in, std::size_t size)
+bool points_to(const byte_string& word, unsigned address)
 {
-    return take(in, "write-block", data_register, size);
+    return (word[1] << 8 | word[0]) == static_cast<int>(address);
 }
 
 void take_pointer(record_cursor& in, unsigned address)
 {
-    const byte_string bytes = take(in, "write-word", pointer_register, 2);
-    if (!ended(in) && (bytes[1] << 8 | bytes[0]) != static_cast<int>(address))
+    const byte_string word = take(in, "write-word", 2);
+    if (!ended(in) && !points_to(word, address))
         in.complaint =
-            "request " + std::to_string(in.next - 1) + " does not point to " + std::to_string(address);
+            "request " + std::to_string(in.next - 1) + " is no pointer to " + std::to_string(address);
 }
 
-/// Returns the number of polls.
-template <typename end_of_wait>
-int take_polls(record_cursor& in, const slot_layout& slot, end_of_wait is_last)
+/// Returns the number of polls until one of the bits given is set, or the busy bit is not.
+int take_polls(record_cursor& in, const slot_layout& slot, unsigned ending_bits)
 {
     int polls = 0;
     for (bool over = false; !over && !ended(in); ++polls) {
         take_pointer(in, slot.header_address);
-        over = is_last(take(in, "read-byte", data_register, 1)[0]);
+        const unsigned type = take(in, "read-byte", 1)[0];
+        over = (type & busy_bit) == 0 || (type & ending_bits) != 0;
     }
     return polls;
 }
@@ -78,61 +72,36 @@ byte_string take_packet(record_cursor& in)
 {
     byte_string packet;
     for (const std::size_t size : {31, 31, 31, 31, 31, 31, 2}) {
-        const byte_string block = take_block(in, size);
+        const byte_string block = take(in, "write-block", size);
         packet.insert(packet.end(), block.begin(), block.end());
     }
     return packet;
-}
-
-/// The header bytes behind the type, and behind the upper bits of the address.
-void take_length(
-    record_cursor& in, const slot_layout& slot, slot_load& load, unsigned count, unsigned last_size)
-{
-    load.last_size = last_size;
-    const bool sound = !load.packets.empty() && last_size > 4 && last_size <= 188
-        && count == ((load.packets.size() - 1) << 5 | (slot.data_address & 0x1F));
-    if (!sound && !ended(in))
-        in.complaint = "wrong length before request " + std::to_string(in.next);
-}
-
-void take_whole_header(record_cursor& in, const slot_layout& slot, slot_load& load)
-{
-    load.whole_header = true;
-    take_pointer(in, slot.header_address);
-    const byte_string header = take_block(in, 4);
-    take_length(in, slot, load, header[2], header[3]);
-    if (!ended(in) && header[1] != slot.data_address >> 5)
-        in.complaint = "wrong address before request " + std::to_string(in.next);
-    load.type = header[0];
-}
-
-void take_split_header(
-    record_cursor& in, const slot_layout& slot, const slot_layout* awaited, slot_load& load)
-{
-    take_pointer(in, slot.header_address + 2);
-    const unsigned count = take_block(in, 1)[0];
-    take_length(in, slot, load, count, take_block(in, 1)[0]);
-    if (awaited != nullptr)
-        load.acknowledgement_polls = take_polls(in, *awaited,
-            [](unsigned type) { return (type & busy_bit) == 0 || (type & acknowledged_bit) != 0; });
-    take_pointer(in, slot.header_address);
-    load.type = take_block(in, 1)[0];
 }
 
 slot_load take_load(record_cursor& in, const std::array<slot_layout, 2>& slots, std::size_t number)
 {
     slot_load load{.slot = number, .time_s = in.requests[in.next].time_s};
     const slot_layout& slot = slots[number];
-    load.busy_polls = take_polls(in, slot, [](unsigned type) { return (type & busy_bit) == 0; });
+    load.busy_polls = take_polls(in, slot, 0);
     take_pointer(in, slot.data_address);
-    while (is_next(in, "write-block", data_register, 31))
+    while (is_next(in, "write-block", 31))
         load.packets.push_back(take_packet(in));
-    const bool split = is_next(in, "write-word", pointer_register, 2)
-        && in.requests[in.next].bytes[0] == static_cast<std::uint8_t>(slot.header_address + 2);
-    if (split)
-        take_split_header(in, slot, number == 0 ? &slots[1] : nullptr, load);
-    else
-        take_whole_header(in, slot, load);
+    load.whole_header =
+        is_next(in, "write-word", 2) && points_to(in.requests[in.next].bytes, slot.header_address);
+    if (load.whole_header) {
+        take_pointer(in, slot.header_address);
+        const byte_string header = take(in, "write-block", 4);
+        load.last_size = header[3];
+        load.type = header[0];
+        return load;
+    }
+    take_pointer(in, slot.header_address + 2);
+    take(in, "write-block", 1); // upper packets and lower address bits
+    load.last_size = take(in, "write-block", 1)[0];
+    if (number == 0)
+        load.acknowledgement_polls = take_polls(in, slots[1], acknowledged_bit);
+    take_pointer(in, slot.header_address);
+    load.type = take(in, "write-block", 1)[0];
     return load;
 }
 
@@ -144,11 +113,11 @@ load_list read_loads(const std::vector<recorded_request>& requests)
     record_cursor in{.requests = requests};
     std::size_t laid_out = 0;
     for (bool inserting = false; !inserting && in.next < requests.size(); ++in.next) {
-        const recorded_request& request = requests[in.next];
-        if (request.bytes.size() == 4 && request.bytes[0] == empty_stream_slot && laid_out < slots.size())
-            slots[laid_out++] = {.header_address = request.pointer,
-                .data_address = static_cast<unsigned>(request.bytes[1] << 5 | (request.bytes[2] & 0x1F))};
-        inserting = is_next(in, "write-byte", control_register, 1) && (request.bytes[0] & insertion_bit) != 0;
+        const auto& [time_s, kind, register_number, pointer, bytes, refused] = requests[in.next];
+        if (bytes.size() == 4 && bytes[0] == empty_stream_slot && laid_out < slots.size())
+            slots[laid_out++] = {.header_address = pointer,
+                .data_address = static_cast<unsigned>(bytes[1] << 5 | (bytes[2] & 0x1F))};
+        inserting = is_next(in, "write-byte", 1) && (bytes[0] & insertion_bit) != 0;
     }
     load_list list;
     while (!ended(in))

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "emulated_run.h"
-#include "ts_reader.h"
 
 /// A load of one of the two stream slots, as the requests on the bus make it up: polls of the slot
 /// until it is not busy; packets, each in six blocks of 31 bytes and one of 2; then either the whole
