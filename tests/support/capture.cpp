@@ -1,5 +1,7 @@
 #include "capture.h"
 
+#include "temporary.h"
+
 #include <cstdio>
 #include <unistd.h>
 
@@ -17,10 +19,7 @@ std::string output_of(std::FILE* stream, const std::function<void()>& action)
     dup2(kept, descriptor);
     close(kept);
 
-    std::rewind(caught);
-    std::string text;
-    for (int character = std::fgetc(caught); character != EOF; character = std::fgetc(caught))
-        text.push_back(static_cast<char>(character));
+    const std::string text = read_file("/proc/self/fd/" + std::to_string(fileno(caught)));
     std::fclose(caught);
     return text;
 }

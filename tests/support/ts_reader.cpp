@@ -2,11 +2,12 @@
 
 #include "temporary.h"
 
+#include <algorithm>
 #include <sstream>
 
 namespace {
 
-constexpr std::size_t packet_size = 188;
+constexpr unsigned packet_size = 188;
 
 struct pid_state {
     int last_counter = -1;
@@ -19,36 +20,24 @@ bool is_pes(const byte_string& unit)
     return unit.size() >= 3 && unit[0] == 0 && unit[1] == 0 && unit[2] == 1;
 }
 
-/// A PES packet ends where its length says, or where the next one begins when it says 0.
-void take_pes(ts_content& content, std::uint16_t pid, pid_state& state)
+/// A unit ends where its length says; behind a section, only stuffing follows.
+void take_unit(ts_content& content, std::uint16_t pid, pid_state& state)
 {
-    if (state.collected.size() < 6)
+    const byte_string& unit = state.collected;
+    const bool pes = is_pes(unit);
+    const std::size_t begin = pes ? 0 : 1U + unit[0];
+    const std::size_t length_at = begin + (pes ? 4 : 1);
+    if (unit.size() < length_at + 2)
         return;
-    const std::size_t length = static_cast<std::size_t>(state.collected[4]) << 8 | state.collected[5];
-    if (length == 0 || state.collected.size() < length + 6)
+    const unsigned length = static_cast<unsigned>(unit[length_at] << 8 | unit[length_at + 1]);
+    const std::size_t end = length_at + 2 + (pes ? length : length & 0x0FFF);
+    if (unit.size() < end)
         return;
-    if (state.collected.size() > length + 6)
-        content.complaints.emplace_back("bytes behind the end of a PES packet");
-    content.pes_packets.push_back({pid, state.collected});
-    state.in_unit = false;
-}
-
-void take_section(ts_content& content, std::uint16_t pid, pid_state& state)
-{
-    if (state.collected.size() < 4)
-        return;
-    const std::size_t begin = 1U + state.collected[0];
-    if (state.collected.size() < begin + 3)
-        return;
-    const std::size_t size =
-        3 + (static_cast<std::size_t>(state.collected[begin + 1] & 0x0F) << 8 | state.collected[begin + 2]);
-    if (state.collected.size() < begin + size)
-        return;
-    const auto* const first = state.collected.data() + begin;
-    content.sections.push_back({pid, byte_string(first, first + size)});
-    for (std::size_t i = begin + size; i < state.collected.size(); ++i)
-        if (state.collected[i] != 0xFF)
-            content.complaints.emplace_back("something else than stuffing behind a section");
+    (pes ? content.pes_packets : content.sections)
+        .push_back({pid, byte_string(unit.data() + begin, unit.data() + end)});
+    for (std::size_t i = end; i < unit.size(); ++i)
+        if (pes || unit[i] != 0xFF)
+            content.complaints.emplace_back("bytes behind the end of a section or PES packet");
     state.in_unit = false;
 }
 
@@ -69,11 +58,7 @@ void read_packet(ts_content& content, std::map<std::uint16_t, pid_state>& states
         ++content.counter_errors[pid];
     state.last_counter = counter;
 
-    const std::size_t begin = has_adaptation_field ? 5U + packet[4] : 4U;
-    if (begin > packet_size) {
-        content.complaints.emplace_back("adaptation field longer than its packet");
-        return;
-    }
+    const std::size_t begin = std::min(has_adaptation_field ? 5U + packet[4] : 4U, packet_size);
     if ((packet[1] & 0x40) != 0) {
         state.in_unit = true;
         state.collected.clear();
@@ -81,10 +66,7 @@ void read_packet(ts_content& content, std::map<std::uint16_t, pid_state>& states
     if (!state.in_unit)
         return;
     state.collected.insert(state.collected.end(), packet + begin, packet + packet_size);
-    if (is_pes(state.collected))
-        take_pes(content, pid, state);
-    else
-        take_section(content, pid, state);
+    take_unit(content, pid, state);
 }
 
 } // namespace
@@ -98,8 +80,10 @@ byte_string bytes_of(const std::string& hexadecimal)
     return bytes;
 }
 
-ts_content read_packets(const byte_string& packets)
+ts_content read_stream(const std::filesystem::path& path)
 {
+    const std::string text = read_file(path);
+    const byte_string packets(text.begin(), text.end());
     ts_content content;
     std::map<std::uint16_t, pid_state> states;
     if (packets.size() % packet_size != 0)
@@ -107,10 +91,4 @@ ts_content read_packets(const byte_string& packets)
     for (std::size_t at = 0; at + packet_size <= packets.size(); at += packet_size)
         read_packet(content, states, packets.data() + at);
     return content;
-}
-
-ts_content read_stream(const std::filesystem::path& path)
-{
-    const std::string text = read_file(path);
-    return read_packets(byte_string(text.begin(), text.end()));
 }

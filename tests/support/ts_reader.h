@@ -26,7 +26,6 @@ struct ts_content {
     std::vector<std::string> complaints;         ///< what is no transport stream
 };
 
-/// Takes whole packets apart. Null packets are only counted; a section or PES packet that has begun
+/// Takes the packets of a file apart. Null packets are only counted; a section or PES packet that has begun
 /// but does not end is left out.
-ts_content read_packets(const byte_string& packets);
 ts_content read_stream(const std::filesystem::path& path);

@@ -53,21 +53,3 @@ TEST(Start, PrintsLineByLineIntoAPipe)
         + " & timeout 20 head -n 3 " + pipe + "; kill -KILL $!)");
     EXPECT_EQ(lines, "Detect EPLD version 3\n" + single_service);
 }
-
-TEST(Start, StandsAnySetting)
-{
-    std::string all_bytes;
-    for (int byte = 1; byte < 256; ++byte)
-        all_bytes.push_back(static_cast<char>(byte));
-    for (const std::string& value : {std::string(), std::string("12abc"), std::string("-1"),
-             std::string("99999999999999999999"), std::string(5000, '9'), all_bytes}) {
-        run_request request{{"--duration", "25"}};
-        for (const char* name : {"SERVICE_ID", "TS_ID", "NETWORK_ID", "NIT_VERSION", "NETWORK_NAME", "LCN",
-                 "VISIBLE_SERVICE", "SERVICE_PROVIDER_NAME", "SERVICE_NAME", "VIDEO_FRAMERATE", "VIDEO_CODEC",
-                 "AUDIO_ENABLED", "AUDIO_CODEC", "DVB_MULTI_SERVICES"})
-            request.settings.emplace_back(std::string("PREF_SYSTEM_ENCODER_1_") + name, value);
-        const run_result result = run_daemon_emulated(request);
-        EXPECT_EQ(result.emulator_status, 0) << value << result.summary;
-        EXPECT_EQ(result.errors, "") << value;
-    }
-}
