@@ -24,6 +24,8 @@ bool is_pes(const byte_string& unit)
 void take_unit(ts_content& content, std::uint16_t pid, pid_state& state)
 {
     const byte_string& unit = state.collected;
+    if (unit.size() < 4)
+        return;
     const bool pes = is_pes(unit);
     const std::size_t begin = pes ? 0 : 1U + unit[0];
     const std::size_t length_at = begin + (pes ? 4 : 1);
@@ -33,8 +35,7 @@ void take_unit(ts_content& content, std::uint16_t pid, pid_state& state)
     const std::size_t end = length_at + 2 + (pes ? length : length & 0x0FFF);
     if (unit.size() < end)
         return;
-    (pes ? content.pes_packets : content.sections)
-        .push_back({pid, byte_string(unit.data() + begin, unit.data() + end)});
+    content.units.push_back({pid, byte_string(unit.data() + begin, unit.data() + end)});
     for (std::size_t i = end; i < unit.size(); ++i)
         if (pes || unit[i] != 0xFF)
             content.complaints.emplace_back("bytes behind the end of a section or PES packet");

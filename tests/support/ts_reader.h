@@ -19,8 +19,7 @@ struct ts_unit {
 };
 
 struct ts_content {
-    std::vector<ts_unit> sections; ///< in the order of their last packets
-    std::vector<ts_unit> pes_packets;
+    std::vector<ts_unit> units;                  ///< in the order of their last packets
     std::map<std::uint16_t, int> packets;        ///< of each PID
     std::map<std::uint16_t, int> counter_errors; ///< of each PID; none: no entry
     std::vector<std::string> complaints;         ///< what is no transport stream

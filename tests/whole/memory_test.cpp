@@ -1,4 +1,4 @@
-#include "slot_loads.h"
+#include "emulated_run.h"
 
 #include <algorithm>
 #include <gmock/gmock.h>
@@ -31,7 +31,10 @@ memory_use measure(std::size_t articles, const std::vector<std::string>& options
         "MEMUSAGE_PROG_NAME", request.program.substr(request.program.rfind('/') + 1));
     const run_result result = run_daemon_emulated(request);
     EXPECT_EQ(result.emulator_status, 0) << result.summary << result.errors;
-    memory_use use{.inserted = !read_loads(result.requests).loads.empty()};
+    const auto switches_on = [](const recorded_request& recorded) {
+        return recorded.kind == "write-byte" && (recorded.bytes[0] & 0x10) != 0;
+    };
+    memory_use use{.inserted = std::ranges::any_of(result.requests, switches_on)};
     const std::size_t at = std::min(result.errors.find("heap total:"), result.errors.size());
     EXPECT_EQ(std::sscanf(&result.errors[at], "heap total: %zu, heap peak: %zu", &use.allocated_bytes,
                   &use.peak_bytes),

@@ -27,7 +27,9 @@ void send_sample_shop(sample_stream& sample)
     const run_result result = run_daemon_emulated(
         shop_run(sample.folder, {"--duration", "30", "--bus-clock", "400000", "--stream", sample.path}));
     ASSERT_EQ(result.emulator_status, 0) << result.summary << result.errors;
-    for (const ts_unit& pes : read_stream(sample.path).pes_packets) {
+    for (const ts_unit& pes : read_stream(sample.path).units) {
+        if (pes.pid < 4368)
+            continue;
         decoded_page page = decode_display_set(std::span(pes.bytes).subspan(pes_header_size));
         EXPECT_THAT(page.problems, testing::IsEmpty()) << pes.pid;
         if (page.state != 0)
