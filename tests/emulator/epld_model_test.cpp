@@ -145,21 +145,6 @@ TEST(EpldModel, SendsALoadedStreamSlotOnceAndAcknowledgesIt)
     EXPECT_EQ(device.violation_count, 0U);
 }
 
-TEST(EpldModel, WithheldAnswersKeepASlotBusy)
-{
-    epld_model stuck = with_stream_slots();
-    stuck.stuck_slot = 1;
-    load(stuck, 1, 0x87);
-    EXPECT_EQ(send_all(stuck).size(), 2U);
-    EXPECT_EQ(read_at(stuck, 4), 0x8F);
-
-    epld_model silent = with_stream_slots();
-    silent.unacknowledged_slot = 1;
-    load(silent, 1, 0x87);
-    EXPECT_EQ(send_all(silent).size(), 0U);
-    EXPECT_EQ(read_at(silent, 4), 0x87);
-}
-
 /// ISO/IEC 13818-1, 2.4.4 for sections, 2.4.3.5 for PES packets.
 TEST(EpldModel, CompletesAShortLastPacket)
 {

@@ -40,18 +40,13 @@ packet_bytes clock_packet(std::uint16_t pid, std::uint32_t milliseconds)
 /// nine null packets out of ten.
 packet_bytes encoder_stream()
 {
-    packet_bytes pat_packet =
-        packet(0, {0x10, 0, 0x00, 0xB0, 13, 0, 1, 0xC1, 0, 0, 0, 1, 0xE1, 0x23, 1, 2, 3, 4});
-    pat_packet[1] |= 0x40;
+    packet_bytes pat = packet(0, {0x10, 0, 0x00, 0xB0, 13, 0, 1, 0xC1, 0, 0, 0, 1, 0xE1, 0x23, 1, 2, 3, 4});
+    pat[1] |= 0x40;
     packet_bytes bytes;
     for (std::uint32_t number = 0; number < 1000; ++number) {
-        packet_bytes next = packet(0x1FFF, {0x10});
-        if (number % 100 == 0)
-            next = clock_packet(4113, 5000 + number);
-        else if (number % 100 == 10)
-            next = pat_packet;
-        else if (number % 100 == 20)
-            next = packet(0x123, {0x10});
+        const packet_bytes next = number % 100 == 0 ? clock_packet(4113, 5000 + number)
+            : number % 100 == 10                    ? pat
+                                                    : packet(number % 100 == 20 ? 0x123 : 0x1FFF, {0x10});
         bytes.insert(bytes.end(), next.begin(), next.end());
     }
     return bytes;
