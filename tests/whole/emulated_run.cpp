@@ -40,7 +40,7 @@ std::string article(int i)
 {
     const std::string number = std::to_string(i);
     return "<article code=\"A" + number + "\"><ovu>shop-tv-1</ovu><channel>" + std::to_string(101 + i)
-        + "</channel><model>" + std::string(1 + i % 5, 'M') + number + "</model>"
+        + "</channel><model>" + std::string(static_cast<std::size_t>(1 + i % 5), 'M') + number + "</model>"
         + (i % 2 == 0 ? "<price>" + number + "99 €</price>" : "")
         + (i % 3 == 1 ? "<brand>Norvane</brand><type>LED</type>" : "") + "</article>\n";
 }

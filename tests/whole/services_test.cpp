@@ -51,9 +51,10 @@ TEST(Services, AreMadeOfWhatTheFilesHold)
         run_request request = shop_run(folder, {"--duration", "1"});
         request.settings.emplace_back(hostname_setting, host);
         request.settings.emplace_back("ASAN_OPTIONS", "detect_leaks=0"); // whose words are not the daemon's
-        if (removed != "")
+        if (!removed.empty())
             std::filesystem::remove(folder.path / removed);
-        std::erase_if(request.settings, [&](const auto& setting) { return setting.first == removed; });
+        std::erase_if(
+            request.settings, [name = removed](const auto& setting) { return setting.first == name; });
 
         const run_result result = run_daemon_emulated(request);
         EXPECT_EQ(result.daemon_end, end) << what << result.errors;
