@@ -75,30 +75,30 @@ std::vector<ts_packet> send_all(epld_model& device)
 const struct {
     const char* what;
     violation_kind kind;
+    std::uint16_t address;             ///< that the bytes are written to
     std::vector<std::uint8_t> headers; ///< that insertion is switched on with; none: the two stream slots
     std::vector<std::pair<std::uint16_t, std::uint8_t>> loads; ///< slots and types
-    std::uint16_t address;
-    std::vector<std::uint8_t> bytes; ///< written to the address
+    std::vector<std::uint8_t> bytes;
 } wrongs[] = {
-    {"one byte beyond memory", violation_kind::write_beyond_memory, {}, {}, 6143, {1, 2}},
-    {"packets of a busy slot", violation_kind::busy_slot_overwritten, {}, {{0, 0x87}}, 775, {0}},
-    {"header of a busy slot", violation_kind::busy_slot_overwritten, {}, {{1, 0x87}}, 7, {100}},
-    {"run leaves memory", violation_kind::run_leaves_memory, {}, {}, 0, {0x83, 6000 >> 5, 6000 & 0x1F, 188}},
-    {"loaded without packets", violation_kind::bad_packet, {}, {}, 0, {0x83}},
-    {"type that no slot has", violation_kind::bad_slot_header, {}, {{0, 0x8F}}, 0, {}},
-    {"beginning of a PES packet not said", violation_kind::bad_slot_header, {}, {{0, 0x83}}, 0, {}},
-    {"slot 1 not acknowledged", violation_kind::armed_too_early, {}, {{1, 0x87}, {0, 0x87}}, 0, {}},
-    {"no end byte", violation_kind::bad_slot_header, {0x82, 2, 0x20, 188, 0xFF}, {}, 0, {}},
-    {"packets over those of another slot", violation_kind::runs_overlap,
-        {0x82, 2, 0x20, 188, 0x82, 25, 0x20, 188, 0x82, 3, 0x20, 188, 0}, {}, 0, {}},
-    {"packets over the header table", violation_kind::runs_overlap, {0x82, 0, 3, 188, 0}, {}, 0, {}},
+    {"one byte beyond memory", violation_kind::write_beyond_memory, 6143, {}, {}, {1, 2}},
+    {"packets of a busy slot", violation_kind::busy_slot_overwritten, 775, {}, {{0, 0x87}}, {0}},
+    {"header of a busy slot", violation_kind::busy_slot_overwritten, 7, {}, {{1, 0x87}}, {100}},
+    {"run leaves memory", violation_kind::run_leaves_memory, 0, {}, {}, {0x83, 6000 >> 5, 6000 & 0x1F, 188}},
+    {"loaded without packets", violation_kind::bad_packet, 0, {}, {}, {0x83}},
+    {"type that no slot has", violation_kind::bad_slot_header, 0, {}, {{0, 0x8F}}, {}},
+    {"beginning of a PES packet not said", violation_kind::bad_slot_header, 0, {}, {{0, 0x83}}, {}},
+    {"slot 1 not acknowledged", violation_kind::armed_too_early, 0, {}, {{1, 0x87}, {0, 0x87}}, {}},
+    {"no end byte", violation_kind::bad_slot_header, 0, {0x82, 2, 0x20, 188, 0xFF}, {}, {}},
+    {"packets over those of another slot", violation_kind::runs_overlap, 0,
+        {0x82, 2, 0x20, 188, 0x82, 25, 0x20, 188, 0x82, 3, 0x20, 188, 0}, {}, {}},
+    {"packets over the header table", violation_kind::runs_overlap, 0, {0x82, 0, 3, 188, 0}, {}, {}},
 };
 
 } // namespace
 
 TEST(EpldModel, ReportsWhatADaemonMustNotWrite)
 {
-    for (const auto& [what, kind, headers, loads, address, bytes] : wrongs) {
+    for (const auto& [what, kind, address, headers, loads, bytes] : wrongs) {
         epld_model device = with_stream_slots();
         if (!headers.empty())
             switch_on(device, headers);

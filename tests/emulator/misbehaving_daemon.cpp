@@ -9,7 +9,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-int main(int, char** arguments)
+int main(int /*count*/, char** arguments)
 {
     const std::string_view fault = arguments[1];
     const int bus = bus_open();

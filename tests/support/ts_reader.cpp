@@ -31,7 +31,7 @@ void take_unit(ts_content& content, std::uint16_t pid, pid_state& state)
     const std::size_t length_at = begin + (pes ? 4 : 1);
     if (unit.size() < length_at + 2)
         return;
-    const unsigned length = static_cast<unsigned>(unit[length_at] << 8 | unit[length_at + 1]);
+    const auto length = static_cast<unsigned>(unit[length_at] << 8 | unit[length_at + 1]);
     const std::size_t end = length_at + 2 + (pes ? length : length & 0x0FFF);
     if (unit.size() < end)
         return;
