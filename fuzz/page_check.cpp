@@ -1,7 +1,7 @@
 #include "page_check.h"
 
 #include "input.h"
-#include "subtitle_reader.h"
+#include "subtitle_segments.h"
 
 #include <algorithm>
 #include <functional>
@@ -83,9 +83,9 @@ void check_clut(std::span<const std::uint8_t> data, const palette& colours)
 }
 
 /// The lines of one field as they lie in plane 0; without pixels where the palette has no code for them.
-std::vector<pixel_line> field_of(const subpicture_region& region, std::uint32_t first_line)
+std::vector<pixel_row> field_of(const subpicture_region& region, std::uint32_t first_line)
 {
-    std::vector<pixel_line> lines;
+    std::vector<pixel_row> lines;
     if (region.chroma != chroma_yuvp || region.palette == nullptr)
         return lines;
     const std::int32_t colours = region.palette->entry_count;
@@ -93,24 +93,24 @@ std::vector<pixel_line> field_of(const subpicture_region& region, std::uint32_t 
     const plane& indices = region.picture->planes[0];
     for (std::uint32_t line = first_line; line < region.height; line += 2) {
         const auto* const row = indices.pixels + std::ptrdiff_t{line} * indices.pitch;
-        lines.push_back(coded ? pixel_line(row, row + region.width) : pixel_line{});
+        lines.push_back(coded ? pixel_row(row, row + region.width) : pixel_row{});
     }
     return lines;
 }
 
-void check_object(const subtitling_segment& segment, const subpicture_region& region)
+void check_object(const subtitle_segment& segment, const subpicture_region& region)
 {
     const auto object = read_object(segment.data);
-    require(object.has_value() && object->stuffing <= 1);
+    require(object.problem.empty() && (segment.data[2] & 0x0FU) == 0); // pixels, and nothing reserved
     require((segment.offset + 6 + segment.data.size()) % 2 == 0);
-    require(object->top == field_of(region, 0));
+    require(object.top.rows == field_of(region, 0));
     const bool has_bottom = region.picture->top_field_only != 1;
-    require(object->bottom == (has_bottom ? field_of(region, 1) : std::vector<pixel_line>{}));
+    require(object.bottom.rows == (has_bottom ? field_of(region, 1) : std::vector<pixel_row>{}));
 }
 
 /// Hands the segments of one type, in their order, to the regions that have one.
 template <typename check>
-void for_each_pair(const std::vector<subtitling_segment>& segments, std::uint32_t type,
+void for_each_pair(const std::vector<subtitle_segment>& segments, std::uint32_t type,
     const region_list& regions, const check& matches)
 {
     auto region = regions.begin();
@@ -132,22 +132,22 @@ void check_display_set(const block& data, const subpicture& page)
     if (data.length == display_set_capacity)
         return;
 
-    const auto segments = read_segments({data.buffer, data.length});
+    const auto [segments, problem] = read_segments({data.buffer, data.length});
     const region_list regions = regions_of(page);
-    require(segments.has_value());
+    require(problem.empty());
     std::vector<std::uint32_t> types;
-    for (const auto& segment : *segments) {
+    for (const auto& segment : segments) {
         require(segment.page_id == page.page_id);
         types.push_back(segment.type);
     }
     require(types == expected_types(regions));
 
-    check_page(segments->front().data, regions);
-    for_each_pair(*segments, region_composition, regions,
+    check_page(segments.front().data, regions);
+    for_each_pair(segments, region_composition, regions,
         [](const auto& segment, const auto& region) { check_region(segment.data, region); });
-    for_each_pair(*segments, clut_definition, regions,
+    for_each_pair(segments, clut_definition, regions,
         [](const auto& segment, const auto& region) { check_clut(segment.data, *region.palette); });
-    for_each_pair(*segments, object_data_segment, regions,
+    for_each_pair(segments, object_data_segment, regions,
         [](const auto& segment, const auto& region) { check_object(segment, region); });
 }
 
@@ -157,9 +157,9 @@ void check_refresh_set(const block& data, const subpicture& page)
     require(data.length == std::min(17 + 6 * regions.size(), std::size_t{refresh_set_capacity}));
     if (17 + 6 * regions.size() > refresh_set_capacity)
         return;
-    const auto segments = read_segments({data.buffer, data.length});
-    require(segments.has_value() && segments->size() == 2);
-    check_page(segments->front().data, regions);
+    const auto [segments, problem] = read_segments({data.buffer, data.length});
+    require(problem.empty() && segments.size() == 2);
+    check_page(segments.front().data, regions);
 }
 
 void encode_and_check(subpicture& page)

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <random>
+#include <set>
 
 namespace {
 
@@ -47,26 +48,25 @@ TEST(CodedRegions, ChangeNoByteOfADisplaySet)
     }
 }
 
+/// Zeros of every length up to 31, and in 29 bytes every two bits.
 TEST(Digest, TellsContentsApart)
 {
     std::vector<std::vector<std::uint8_t>> contents;
     for (std::size_t length = 0; length < 32; ++length)
         contents.emplace_back(length, std::uint8_t{0});
-    for (std::size_t first = 0; first < 8 * 29; ++first) {
-        for (std::size_t second = 0; second < first; ++second) {
+    for (std::size_t second = 1; second < 8 * 29; ++second) {
+        for (std::size_t first = 0; first < second; ++first) {
             auto& content = contents.emplace_back(29, std::uint8_t{0});
             for (const std::size_t bit : {first, second})
                 content[bit / 8] = static_cast<std::uint8_t>(content[bit / 8] | 1U << bit % 8);
         }
     }
-    std::vector<decltype(digest::words)> digests;
+    std::set<decltype(digest::words)> digests;
     for (const auto& content : contents) {
         digest sum;
         add_bytes(sum, content);
-        digests.push_back(sum.words);
+        EXPECT_TRUE(digests.insert(sum.words).second);
     }
-    std::ranges::sort(digests);
-    EXPECT_EQ(std::ranges::adjacent_find(digests), digests.end());
 }
 
 } // namespace

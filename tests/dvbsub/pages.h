@@ -4,7 +4,7 @@
 #include "picture.h"
 #include "releaser.h"
 
-#include <cstdint>
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <span>
@@ -16,23 +16,51 @@ using encoder_owner = std::unique_ptr<encoder, releaser<CloseEncoder>>;
 using block_owner = std::unique_ptr<block, releaser<std::free>>;
 
 /// An empty display set of 720 x 576 with page_id 1.
-page_owner new_page();
-
-/// Appends a "YUVA" region, all of one colour, at (10, 20).
-subpicture_region& add_region(subpicture& page, std::uint32_t width, std::uint32_t height,
-    const palette_entry& colour = {235, 128, 128, 255});
-
-/// Appends a palettised region of so many entries, all (0, 0, 0, 0), with those indices in raster order.
-subpicture_region& add_indexed_region(subpicture& page, std::uint32_t width, std::int32_t entry_count,
-    const std::vector<std::uint8_t>& indices);
+inline page_owner new_page()
+{
+    return page_owner(subpicture_New(1, 720, 576));
+}
 
 /// Sets the pixel of that number, in raster order.
-void set_pixel(subpicture_region& region, std::size_t pixel, const palette_entry& colour);
+inline void set_pixel(subpicture_region& region, std::size_t pixel, const palette_entry& colour)
+{
+    for (std::size_t k = 0; k < colour.size(); ++k)
+        region.picture->planes[k].pixels[pixel] = colour[k];
+}
 
-/// Indices below `colours` in runs of mixed lengths; the same every time.
-std::vector<std::uint8_t> mixed_runs(std::size_t pixels, std::uint32_t colours);
+/// Appends a "YUVA" region, all of one colour, at (10, 20).
+inline subpicture_region& add_region(subpicture& page, std::uint32_t width, std::uint32_t height,
+    const palette_entry& colour = {235, 128, 128, 255})
+{
+    subpicture_region** place = &page.regions;
+    while (*place != nullptr)
+        place = &(*place)->next;
+    *place = subpicture_region_New({.chroma = chroma_yuva, .width = width, .height = height});
+    (*place)->x = 10;
+    (*place)->y = 20;
+    for (std::size_t pixel = 0; pixel < std::size_t{width} * height; ++pixel)
+        set_pixel(**place, pixel, colour);
+    return **place;
+}
+
+/// Appends a palettised region of so many entries, all (0, 0, 0, 0), with those indices in raster order.
+inline subpicture_region& add_indexed_region(
+    subpicture& page, std::uint32_t width, std::int32_t entry_count, const std::vector<std::uint8_t>& indices)
+{
+    auto& region = add_region(page, width, static_cast<std::uint32_t>(indices.size() / width));
+    region.chroma = chroma_yuvp;
+    region.palette->entry_count = entry_count;
+    std::ranges::copy(indices, region.picture->buffer);
+    return region;
+}
 
 /// Plane 0, in raster order.
-std::vector<std::uint8_t> indices_of(const subpicture_region& region);
+inline std::vector<std::uint8_t> indices_of(const subpicture_region& region)
+{
+    return {region.picture->buffer, region.picture->buffer + std::size_t{region.width} * region.height};
+}
 
-std::span<const std::uint8_t> bytes_of(const block& data);
+inline std::span<const std::uint8_t> bytes_of(const block& data)
+{
+    return {data.buffer, data.length};
+}
