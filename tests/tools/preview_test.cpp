@@ -1,25 +1,112 @@
-#include "tiny_shop.h"
+#include "preview.h"
 
+#include "capture.h"
+#include "formatted.h"
+#include "handles.h"
+#include "screen_file.h"
+#include "temporary.h"
+
+#include <cstring>
 #include <filesystem>
 #include <gmock/gmock.h>
 
-using testing::AllOf;
 using testing::HasSubstr;
-using testing::StartsWith;
 
 namespace {
 
-constexpr std::uint32_t white = 0xFFFFFFFF;
-constexpr std::uint32_t black = 0xFF000000;
-constexpr const char* price_place = R"(x_pos="100" y_pos="200" width="80" height="40")";
+constexpr rgba_pixel white{255, 255, 255, 255};
+constexpr rgba_pixel black{0, 0, 0, 255};
+constexpr rgba_pixel red{255, 0, 0, 255};
+constexpr rgba_pixel blue{0, 0, 255, 255};
 
-std::string repeated(const std::string& text, int times)
+/// What a run of the preview left behind.
+struct preview_run {
+    int status = -1;
+    std::string report;
+    std::string messages; ///< of standard error
+};
+
+/// An article of the host with these elements.
+std::string article(const std::string& code, const std::string& elements, const std::string& host = "stand-1")
 {
-    std::string result;
-    for (int i = 0; i < times; ++i)
-        result += text;
-    return result;
+    return "<article code=\"" + code + "\"><ovu>" + host + "</ovu>" + elements + "</article>\n";
 }
+
+/// A region of the layout with an opaque white ground.
+std::string region(const std::string& name, const std::string& place, const std::string& attributes = "")
+{
+    return "<region name=\"" + name + "\" " + place
+        + R"(><text font="Sans" size="20" backgroundColor="FFFFFFFF" foregroundColor="FF000000" )"
+        + attributes + "/></region>\n";
+}
+
+/// The region of the price at (x,y), 80 pixels wide.
+std::string price(int x, int y, int height, const std::string& attributes = "")
+{
+    return region(
+        "price", formatted(R"(x_pos="%d" y_pos="%d" width="80" height="%d")", x, y, height), attributes);
+}
+
+/// A resources folder for host "stand-1" with one article, "A1", on a layout that draws its price,
+/// black on white, at (100,200), and one icon, led.png. Pictures go to the folder "out" beside it.
+struct tiny_shop {
+    tiny_shop()
+    {
+        write_articles(article("A1", "<price>9</price><type>LED</type>"));
+        write_layout(price(100, 200, 40));
+        write_file(folder, "referencieltv.xml", "<r/>");
+        write_png("led.png", 176, 137, [](int, int) { return 0xFFFFFFFFU; });
+    }
+
+    void write_articles(const std::string& articles) const
+    {
+        write_file(folder, "infostv.xml", "<a>\n" + articles + "</a>\n");
+    }
+
+    void write_layout(const std::string& regions) const
+    {
+        write_file(folder, "layout.xml", "<l>\n" + regions + "</l>\n");
+    }
+
+    /// `argb` gives the pixel (0xAARRGGBB) of a column and line.
+    void write_png(
+        const std::string& name, int width, int height, std::uint32_t (*argb)(int column, int line)) const
+    {
+        const owned_surface surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
+        unsigned char* place = cairo_image_surface_get_data(surface.get()); // lines of whole words
+        for (int pixel = 0; pixel < width * height; ++pixel, place += sizeof(std::uint32_t)) {
+            const std::uint32_t word = argb(pixel % width, pixel / width);
+            std::memcpy(place, &word, sizeof word);
+        }
+        cairo_surface_mark_dirty(surface.get());
+        cairo_surface_write_to_png(surface.get(), (folder.path / name).c_str());
+    }
+
+    [[nodiscard]] std::string output(const std::string& name) const
+    {
+        return (folder.path / "out" / name).string();
+    }
+
+    [[nodiscard]] preview_run run(std::vector<std::string> options = {}) const
+    {
+        options.insert(options.begin(),
+            {"tsinsert-preview", "--resources", folder.path.string(), "--output", output("")});
+        std::vector<char*> argv;
+        for (std::string& word : options)
+            argv.push_back(word.data());
+        argv.push_back(nullptr);
+        preview_run result;
+        result.messages = stderr_of([&] {
+            result.report = stdout_of(
+                [&] { result.status = run_preview(static_cast<int>(options.size()), argv.data()); });
+        });
+        return result;
+    }
+
+    temporary_folder folder;
+    environment settings{
+        {"PREF_SYSTEM_NETWORK_HOSTNAME", "stand-1"}, {"PREF_SYSTEM_ENCODER_1_DVB_MULTI_SERVICES", "true"}};
+};
 
 /// Every pixel as good as random: nothing that run lengths could shorten.
 std::uint32_t noise(int column, int line)
@@ -30,22 +117,35 @@ std::uint32_t noise(int column, int line)
     return mixed | 0xFF000000U;
 }
 
+/// A grey that comes first stands for the white beside it, and nothing brighter makes up for it: every
+/// pixel hands on a little more than it got.
+std::uint32_t runaway(int column, int /*line*/)
+{
+    const int grey = column < 32 ? 249 - 8 * column : 255;
+    return 0xFF000000U | static_cast<std::uint32_t>(grey) * 0x010101U;
+}
+
 } // namespace
 
 TEST(Preview, ShowsTheScreenOfAnArticle)
 {
     const tiny_shop shop;
-    const preview_run result = shop.run({"--background", "203040"});
+    shop.write_png("ground.png", 2, 1, [](int column, int) { return column == 0 ? 0xFFFF0000 : 0xFF0000FF; });
+    const preview_run result = shop.run({"--background", (shop.folder.path / "ground.png").string()});
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.messages, "");
-    const std::string picture = shop.output("screen-1-A1.png");
-    EXPECT_EQ(pixel_of_png(picture, 99, 200), 0xFF203040);
-    EXPECT_EQ(pixel_of_png(picture, 179, 200), white); // the region's ground
-    EXPECT_EQ(pixel_of_png(picture, 180, 200), 0xFF203040);
-    EXPECT_EQ(pixel_of_png(picture, 603, 14), white); // the icon at the top of the banner
-    EXPECT_EQ(pixel_of_png(picture, 603, 100), black);
-    EXPECT_EQ(pixel_of_png(picture, 719, 575), 0xFF203040);
-    EXPECT_EQ(pixel_of_png(picture, 720, 0), 0U);
+    const auto shown = make_background(shop.output("screen-1-A1.png")).pixels;
+    const struct {
+        std::size_t column;
+        std::size_t line;
+        rgba_pixel colour;
+    } pixels[] = {
+        {99, 200, red}, {179, 200, white}, {180, 200, red}, // the region's ground
+        {603, 14, white}, {603, 100, black},                // the icon at the banner's top
+        {5, 5, red}, {715, 570, blue},                      // the picture beneath
+    };
+    for (const auto& [column, line, colour] : pixels)
+        EXPECT_EQ(shown.at(720 * line + column), colour) << column;
 }
 
 TEST(Preview, ReportsRegionsSizesAndTime)
@@ -54,18 +154,15 @@ TEST(Preview, ReportsRegionsSizesAndTime)
     shop.write_articles(article("A1", "") + article("A 2/b", ""));
     const preview_run result = shop.run();
     EXPECT_EQ(result.status, 0);
-    EXPECT_THAT(result.report, StartsWith("2 of 2 articles are shown"));
+    EXPECT_TRUE(std::filesystem::exists(shop.output("screen-2-A_2_b.png")));
     // The banner alone, 88 x 550 in one colour: 2 bytes, a page of 14, a region of 22, a CLUT of 104, an
     // object of 13 with 6 in each line (11 0F 3F 00 00 F0) and one to stuff, 7 for the end.
-    EXPECT_THAT(
-        result.report, HasSubstr("banner     603,14      88x550           1 > 1          0              0"));
-    EXPECT_TRUE(std::filesystem::exists(shop.output("screen-2-A_2_b.png")));
-    EXPECT_THAT(
-        result.report, HasSubstr("display set 3,463 bytes in 19 packets, refresh 23 bytes in 1 packet"));
-    EXPECT_THAT(result.report,
-        HasSubstr("2 display sets and 2 refresh display sets: 40 packets in 8 loads of a stream slot"));
-    EXPECT_THAT(result.report, HasSubstr(" at 100 kHz, "));
-    EXPECT_THAT(result.report, HasSubstr("All is well.\n"));
+    for (const char* line : {"2 of 2 articles are shown",
+             "banner     603,14      88x550           1 > 1          0              0",
+             "display set 3,463 bytes in 19 packets, refresh 23 bytes in 1 packet",
+             "2 display sets and 2 refresh display sets: 40 packets in 8 loads of a stream slot",
+             " at 100 kHz, ", "All is well.\n"})
+        EXPECT_THAT(result.report, HasSubstr(line));
 }
 
 TEST(Preview, SaysWhichArticlesAreNotShown)
@@ -77,10 +174,10 @@ TEST(Preview, SaysWhichArticlesAreNotShown)
     shop.write_articles(articles);
     const preview_run result = shop.run({"--article", "N40"});
     EXPECT_EQ(result.status, 0);
-    EXPECT_THAT(result.report, StartsWith("40 of 43 articles are shown"));
-    EXPECT_THAT(result.report, HasSubstr("other        it is for host stand-2\n"));
-    EXPECT_THAT(result.report, HasSubstr("none         it names no host (ovu)\n"));
-    EXPECT_THAT(result.report, HasSubstr("N41          40 articles of this host stand before it\n"));
+    for (const char* line : {"40 of 43 articles are shown", "other        it is for host stand-2\n",
+             "none         it names no host (ovu)\n",
+             "N41          40 articles of this host stand before it\n"})
+        EXPECT_THAT(result.report, HasSubstr(line));
     EXPECT_TRUE(std::filesystem::exists(shop.output("screen-40-N40.png")));
     EXPECT_FALSE(std::filesystem::exists(shop.output("screen-39-N39.png")));
 }
@@ -110,85 +207,48 @@ TEST(Preview, TellsWhatIsMissing)
 
 TEST(Preview, TellsWhatViewersWouldSeeBroken)
 {
+    const std::string logo = R"(<region name="brand" width="590" height="560"><image/></region>)";
     const struct {
-        const char* elements;
-        std::string regions;
-        const char* line;
+        std::string elements;
+        std::string layout;
+        std::vector<const char*> lines;
+        int status = 1;
     } cases[] = {
-        {"<price>9</price>", region("price", R"(x_pos="700" y_pos="560" width="80" height="40")"),
-            "BROKEN: price: the region leaves the display by 60 pixels at the right"},
-        {"<price>9</price>", region("price", R"(x_pos="700" y_pos="560" width="80" height="40")"),
-            "BROKEN: price: the region leaves the display by 24 pixels at the bottom"},
-        {"<price>1 299 999</price>", region("price", price_place), "BROKEN: price: the text is cut: "},
-        {"<price>9</price>", region("price", R"(x_pos="100" y_pos="200" width="80" height="10")"),
-            "too high for its region"},
-        {"<price>1 299 999</price>",
-            region("price", R"(x_pos="690" y_pos="10" width="80" height="40")", R"(adjustRegionSize="yes")"),
-            "too wide for the display"},
-        {"<price>9</price>", region("price", R"(x_pos="-1" y_pos="0" width="80" height="40")"),
-            "BROKEN: price: (-1,0) lies outside of the display: the daemon does not start"},
+        {"<price>9</price>", price(700, 560, 40),
+            {"BROKEN: price: the region leaves the display by 60 pixels at the right",
+                "BROKEN: price: the region leaves the display by 24 pixels at the bottom", "2 things are"}},
+        {"<price>1 299 999</price>", price(100, 200, 40), {"BROKEN: price: the text is cut: ", "1 thing is"}},
+        {"<price>9</price>", price(100, 200, 10), {"too high for its region"}},
+        {"<price>1 299 999</price>", price(690, 10, 40, R"(adjustRegionSize="yes")"),
+            {"too wide for the display"}},
+        {"<price>9</price>", price(-1, 0, 40),
+            {"BROKEN: price: (-1,0) lies outside of the display: the daemon does not start"}},
+        {"<price>" + std::string(257, 'i') + "</price>", price(100, 200, 40),
+            {"BROKEN: price: the text of 257 bytes is cut at 256"}},
+        {"<brand>Noisy</brand>", logo,
+            {"display set 64,000 bytes in 348 packets", "BROKEN: the display set is cut at 64000 bytes",
+                "BROKEN: a receiver finds: there must be one end of display set"}},
+        {"<brand>Bad</brand>", logo, {"bad.png cannot be used", "prepared: the daemon does not start"}},
+        {"<brand>Ramp</brand>", R"(<region name="brand" width="200" height="100"><image/></region>)",
+            {"warning: brand: the carried error has run away"}, 0},
     };
-    for (const auto& [elements, regions, line] : cases) {
-        const tiny_shop shop;
-        shop.write_layout(regions);
+    const tiny_shop shop;
+    write_file(shop.folder, "bad.png", "no picture");
+    shop.write_png("noisy.png", 590, 560, noise);
+    shop.write_png("ramp.png", 200, 100, runaway);
+    for (const auto& [elements, layout, lines, status] : cases) {
+        shop.write_layout(layout);
         shop.write_articles(article("A1", elements));
         const preview_run result = shop.run();
-        EXPECT_EQ(result.status, 1) << line;
-        EXPECT_THAT(result.report, AllOf(HasSubstr(line), HasSubstr(" broken"))) << line;
+        EXPECT_EQ(result.status, status) << lines[0];
+        for (const char* line : lines)
+            EXPECT_THAT(result.report, HasSubstr(line));
     }
 }
 
-TEST(Preview, TellsOfATextCutAt256Bytes)
+TEST(Preview, TellsWhyThereIsNothingToShow)
 {
     const tiny_shop shop;
-    shop.write_articles(article("A1", "<price>" + repeated("i", 257) + "</price>"));
-    const preview_run result = shop.run();
-    EXPECT_EQ(result.status, 1);
-    EXPECT_THAT(result.report, HasSubstr("BROKEN: price: the text of 257 bytes is cut at 256"));
-}
-
-TEST(Preview, TellsOfADisplaySetThatIsCut)
-{
-    const tiny_shop shop;
-    write_png((shop.folder.path / "noisy.png").string(), 590, 560, noise);
-    shop.write_layout(R"(<region name="brand" width="590" height="560"><image/></region>)");
-    shop.write_articles(article("A1", "<brand>Noisy</brand>"));
-    const preview_run result = shop.run();
-    EXPECT_EQ(result.status, 1);
-    EXPECT_THAT(result.report, HasSubstr("display set 64,000 bytes in 348 packets"));
-    EXPECT_THAT(result.report, HasSubstr("BROKEN: the display set is cut at 64000 bytes"));
-    EXPECT_THAT(result.report, HasSubstr("BROKEN: a receiver finds: there must be one end of display set"));
-}
-
-// A grey that came first stands for the white beside it, and nothing brighter makes up for it: every
-// pixel hands on a little more than it got.
-TEST(Preview, TellsOfColoursThatRunAway)
-{
-    const tiny_shop shop;
-    write_png((shop.folder.path / "ramp.png").string(), 200, 100, [](int column, int) {
-        const int grey = column < 32 ? 249 - 8 * column : 255;
-        return 0xFF000000U | static_cast<std::uint32_t>(grey) * 0x010101U;
-    });
-    shop.write_layout(R"(<region name="brand" width="200" height="100"><image/></region>)");
-    shop.write_articles(article("A1", "<brand>Ramp</brand>"));
-    const preview_run result = shop.run();
-    EXPECT_EQ(result.status, 0);
-    EXPECT_THAT(result.report, HasSubstr("warning: brand: the carried error has run away"));
-}
-
-TEST(Preview, TellsWhatKeepsTheDaemonFromShowingAnything)
-{
-    const tiny_shop shop;
-    write_file(shop.folder, "bad.png", "no picture");
-    shop.write_layout(R"(<region name="brand" width="50" height="50"><image/></region>)");
-    shop.write_articles(article("A1", "<brand>Bad</brand>"));
-    const preview_run bad_logo = shop.run();
-    EXPECT_EQ(bad_logo.status, 1);
-    EXPECT_THAT(
-        bad_logo.report, AllOf(HasSubstr("bad.png cannot be used"), HasSubstr("the daemon does not start")));
-    EXPECT_THAT(bad_logo.messages, HasSubstr("cannot add image"));
-    EXPECT_FALSE(std::filesystem::exists(shop.output("screen-1-A1.png")));
-
     write_file(shop.folder, "infostv.xml", "<a>\n<article></a>");
     const preview_run bad_file = shop.run();
     EXPECT_EQ(bad_file.status, 1);
@@ -205,28 +265,24 @@ TEST(Preview, TellsWhatKeepsTheDaemonFromShowingAnything)
     EXPECT_THAT(other_host.report, HasSubstr("is \"Ethernet\": no subtitles"));
 }
 
-TEST(Preview, LaysTheScreenOverAPicture)
-{
-    const tiny_shop shop;
-    const std::string picture = (shop.folder.path / "ground.png").string();
-    write_png(picture, 2, 1, [](int column, int) { return column == 0 ? 0xFFFF0000U : 0xFF0000FFU; });
-    EXPECT_EQ(shop.run({"--background", picture}).status, 0);
-    EXPECT_EQ(pixel_of_png(shop.output("screen-1-A1.png"), 5, 5), 0xFFFF0000);
-    EXPECT_EQ(pixel_of_png(shop.output("screen-1-A1.png"), 715, 570), 0xFF0000FF);
-    EXPECT_EQ(pixel_of_png(shop.output("screen-1-A1.png"), 179, 200), white);
-}
-
 TEST(Preview, GivesNoneForWrongOptions)
 {
     const tiny_shop shop;
-    EXPECT_THAT(shop.run({"--help"}).report, StartsWith("Usage: tsinsert-preview"));
-    EXPECT_EQ(shop.run({"--help"}).status, 0);
+    for (const char* help : {"--help", "-h"}) {
+        const preview_run result = shop.run({help});
+        EXPECT_EQ(result.status, 0);
+        EXPECT_THAT(result.report, testing::StartsWith("Usage: tsinsert-preview"));
+    }
     write_file(shop.folder, "file", "");
     const struct {
         std::vector<std::string> options;
         const char* message;
     } cases[] = {
         {{"--colour"}, "tsinsert-preview: unknown option"},
+        {{"--output"}, "without its value"},
+        {{"--output", ""}, "--output needs a value"},
+        {{"shop"}, "what is \"shop\" for?"},
+        {{"--resources", std::string(127, 'a')}, "too long"},
         {{"--resources", "/no/such"}, "there is no folder /no/such/"},
         {{"--background", "/no/such.png"}, "cannot use the background /no/such.png: file not found"},
         {{"--article", "A2"}, "no article of this host has the code A2"},

@@ -1,16 +1,13 @@
 #include "screen_file.h"
 
-#include "tiny_shop.h"
-
 #include <gmock/gmock.h>
 
-using testing::Each;
 using testing::HasSubstr;
 
 TEST(ScreenFile, TakesAColourWithOrWithoutItsSign)
 {
     for (const char* text : {"#1020fA", "1020FA"})
-        EXPECT_THAT(make_background(text).pixels, Each(rgba_pixel{0x10, 0x20, 0xFA, 255})) << text;
+        EXPECT_THAT(make_background(text).pixels, testing::Each(rgba_pixel{0x10, 0x20, 0xFA, 255})) << text;
     for (const char* text : {"", "#1020F", "1020FA0", "1020FG"}) // no such file either
         EXPECT_THAT(make_background(text).error, HasSubstr("cannot use the background")) << text;
 }
@@ -24,11 +21,5 @@ TEST(ScreenFile, LaysOverByOpacity)
     EXPECT_EQ(pixels[0], (rgba_pixel{200, 100, 0, 255}));
     EXPECT_EQ(pixels[1], (rgba_pixel{9, 8, 7, 255}));
     EXPECT_EQ(pixels[2], (rgba_pixel{150, 50, 1, 255})); // 149.8, 49.8 and 0.5
-}
-
-TEST(ScreenFile, SaysWhyAPictureCannotBeWritten)
-{
-    const std::vector<rgba_pixel> pixels = make_background("000000").pixels;
-    EXPECT_THAT(
-        write_screen(pixels, "/no/such/folder/screen.png"), HasSubstr("cannot write /no/such/folder"));
+    EXPECT_THAT(write_screen(pixels, "/no/such/folder/screen.png"), HasSubstr("cannot write /no/such/"));
 }
