@@ -2,10 +2,9 @@
 
 namespace {
 
-watched_allocation* watch = nullptr;
-
 bool this_one_fails(std::size_t size_bytes)
 {
+    watched_allocation* const watch = watched_allocation::living;
     if (watch == nullptr)
         return false;
     watch->last_size_bytes = size_bytes;
@@ -13,17 +12,6 @@ bool this_one_fails(std::size_t size_bytes)
 }
 
 } // namespace
-
-watched_allocation::watched_allocation(std::int32_t n)
-    : requests_left(n)
-{
-    watch = this;
-}
-
-watched_allocation::~watched_allocation()
-{
-    watch = nullptr;
-}
 
 // The linker demands these names.
 // NOLINTBEGIN(bugprone-reserved-identifier)

@@ -187,9 +187,10 @@ TEST(Equality, OfDisplaySetsThatAReceiverReadsBack)
     numbers random(4);
     for (int i = 0; i < 300; ++i) {
         const page_owner page = new_page();
-        const bool readable = i % 4 != 0; // as every converted region is
+        const bool readable = i % 4 != 0; // like every converted region with both fields
         for (const std::int32_t entry_count : {4, 16, 256})
             paint_indices(*page, entry_count, readable ? entry_count : 256, random);
+        page->regions->picture->top_field_only = readable ? 0 : 1;
         const block_owner data = encode_alike(*page, *page);
         ASSERT_NE(data, nullptr) << i;
         if (!readable)
