@@ -92,6 +92,7 @@ struct tiny_shop {
         options.insert(options.begin(),
             {"tsinsert-preview", "--resources", folder.path.string(), "--output", output("")});
         std::vector<char*> argv;
+        argv.reserve(options.size() + 1);
         for (std::string& word : options)
             argv.push_back(word.data());
         argv.push_back(nullptr);
@@ -185,10 +186,10 @@ TEST(Preview, SaysWhichArticlesAreNotShown)
 TEST(Preview, TellsWhatIsMissing)
 {
     const tiny_shop shop;
-    shop.write_layout(region("brand", R"(x_pos="10" y_pos="300" width="100" height="40")")
+    shop.write_layout(region("brand", R"(x_pos="500" y_pos="300" width="100" height="40")")
         + region("modle", "")
         + R"(<region name="price" width="9" height="0"><text font="Sans" size="9"/></region>)"
-        + R"(<region name="warranty" width="50" height="50" x_pos="620"/>)");
+        + R"(<region name="warranty" width="50" height="50" x_pos="560"/>)");
     shop.write_articles(
         article("A1", "<brand>No NAME</brand><price>9</price><usb>1</usb><hd>SD</hd><warranty>2</warranty>"));
     const preview_run result = shop.run();
