@@ -157,7 +157,7 @@ void add_to_variable(const char* name, const std::string& value, char separator)
 /// LD_PRELOAD takes a blank or a colon in a path for its end; such a library is named by a descriptor.
 std::string preload_path()
 {
-    const std::string path = library_path().string();
+    std::string path = library_path().string();
     if (path.find_first_of(" :") == std::string::npos)
         return path;
     return "/proc/self/fd/" + std::to_string(open(path.c_str(), O_RDONLY));

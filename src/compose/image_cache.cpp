@@ -21,7 +21,7 @@ void make_room(image_cache& cache, std::size_t size_bytes)
 
 const scaled_image* find_image(image_cache& cache, const digest& key)
 {
-    const auto found = std::ranges::find_if(cache.images,
+    auto* const found = std::ranges::find_if(cache.images,
         [&key](const scaled_image& image) { return image.size_bytes != 0 && image.key == key; });
     if (found == cache.images.end())
         return nullptr;

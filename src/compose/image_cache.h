@@ -24,7 +24,7 @@ struct image_cache {
 };
 
 /// What all images of a cache may take together.
-inline constexpr std::size_t image_cache_limit_bytes = 512 * 1024;
+inline constexpr std::size_t image_cache_limit_bytes = std::size_t{512} * 1024;
 
 /// Larger regions are not worth a place: a few of them would drive all icons out.
 inline constexpr std::size_t cached_region_limit_bytes = image_cache_limit_bytes / 2;

@@ -36,7 +36,7 @@ void bs_write(bit_writer& out, std::int32_t count, std::uint32_t value)
 
 void bs_write_bytes(bit_writer& out, std::span<const std::uint8_t> bytes)
 {
-    const std::size_t room = static_cast<std::size_t>(out.end - out.current);
+    const auto room = static_cast<std::size_t>(out.end - out.current);
     out.current = std::ranges::copy(bytes.first(std::min(bytes.size(), room)), out.current).out;
 }
 

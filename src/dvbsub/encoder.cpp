@@ -248,8 +248,8 @@ void write_object_data(bit_writer& out, const subpicture_region& region)
     coded_fields fields{write_field(out, region, 1)};
     if (region.picture->top_field_only != 1)
         fields[1] = write_field(out, region, 0);
-    for (std::int32_t i = 0; i < 2; ++i)
-        store_length(out, lengths_position + 16 * i, static_cast<std::int32_t>(fields[i].size()));
+    store_length(out, lengths_position, static_cast<std::int32_t>(fields[0].size()));
+    store_length(out, lengths_position + 16, static_cast<std::int32_t>(fields[1].size()));
     note_coded(out, region, fields);
     bs_align_0(out);
     if (bs_pos(out) % 16 != 0)

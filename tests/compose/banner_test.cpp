@@ -23,7 +23,8 @@ struct Banner : testing::Test {
             write_png(folder, name + std::string(".png"), 176, 137, quarters);
     }
 
-    outcome build(const item& article, const region_format& format = yuva_format(88, 550, 603, 14)) const
+    [[nodiscard]] outcome build(
+        const item& article, const region_format& format = yuva_format(88, 550, 603, 14)) const
     {
         return outcome_of([&](subpicture* set) {
             return build_banner_with_icons(&format, &article, set, {.icon_directory = directory});

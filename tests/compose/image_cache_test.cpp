@@ -71,7 +71,7 @@ struct ImageCache : testing::Test {
     image_cache cache{};
     std::minstd_rand numbers{3};
 
-    outcome banner(const item& article, image_cache* used) const
+    [[nodiscard]] outcome banner(const item& article, image_cache* used) const
     {
         const auto format = yuva_format(88, 550);
         const image_source icons{.icon_directory = directory, .cache = used};
@@ -79,7 +79,7 @@ struct ImageCache : testing::Test {
             [&](subpicture* set) { return build_banner_with_icons(&format, &article, set, icons); });
     }
 
-    outcome image(const std::string& path, image_cache* used, bool keep_ratio = true) const
+    [[nodiscard]] static outcome image(const std::string& path, image_cache* used, bool keep_ratio = true)
     {
         auto format = yuva_format(60, keep_ratio ? 0 : 25);
         return outcome_of(
@@ -135,11 +135,11 @@ TEST_F(ImageCache, ReadsAnImageAgainButKeepsItOnce)
             cache.images, [](const scaled_image& one) { return one.size_bytes != 0; });
     };
     write_noise(path, numbers, {30, 20});
-    image(path, &cache);
+    EXPECT_EQ(image(path, &cache).report[0], '0');
     std::filesystem::copy(path, directory + "copy.png");
-    image(directory + "copy.png", &cache);
+    EXPECT_EQ(image(directory + "copy.png", &cache).report[0], '0');
     EXPECT_EQ(kept(), 1);
-    image(path, &cache, false);
+    EXPECT_EQ(image(path, &cache, false).report[0], '0');
     EXPECT_EQ(kept(), 2) << "at another place";
 }
 

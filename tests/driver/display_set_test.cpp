@@ -44,7 +44,7 @@ TEST(DisplaySet, DrawsWhatTheArticleAndTheLayoutHave)
     layout[1].next = &layout[2];
     const item article{.model = text.data(), .price = text.data(), .warranty = text.data()};
 
-    const owned_subpicture drawn = draw_article(article, &layout[0]);
+    const owned_subpicture drawn = draw_article(article, layout.data());
     ASSERT_NE(drawn, nullptr);
     std::vector<std::uint32_t> heights;
     for (const subpicture_region* region = drawn->regions; region != nullptr; region = region->next)
@@ -52,7 +52,7 @@ TEST(DisplaySet, DrawsWhatTheArticleAndTheLayoutHave)
     EXPECT_THAT(heights, testing::ElementsAre(3, 1, 550)) << "model, price and banner";
 
     layout[2].x_pos = 721;
-    EXPECT_THAT(stderr_of([&] { EXPECT_EQ(draw_article(article, &layout[0]), nullptr); }),
+    EXPECT_THAT(stderr_of([&] { EXPECT_EQ(draw_article(article, layout.data()), nullptr); }),
         testing::HasSubstr("Error: Region out of display\ncannot add subtitle: "));
 }
 

@@ -202,3 +202,17 @@ TEST(Equality, OfDisplaySetsThatAReceiverReadsBack)
             expect_found(found.regions.at(j), *sent);
     }
 }
+
+TEST(Equality, OfDisplaySetsThatAreCut)
+{
+    numbers random(5);
+    for (int i = 0; i < 5; ++i) {
+        const page_owner page = new_page();
+        paint_indices(*page, 16, 16, random); // so that the end is anywhere
+        std::vector<std::uint8_t> noise(std::size_t{640} * 320);
+        std::generate(
+            noise.begin(), noise.end(), [&] { return static_cast<std::uint8_t>(below(random, 16)); });
+        add_indexed_region(*page, 640, 16, noise);
+        EXPECT_NE(encode_alike(*page, *page), nullptr) << i;
+    }
+}
