@@ -15,8 +15,10 @@
     const std::uint8_t* const end = bytes + count;
     const std::uint8_t* next = bytes + 1;
     const auto goes_on = [&] { return next != end && *next == first; };
-    while (goes_on() && reinterpret_cast<std::uintptr_t>(next) % sizeof(word) != 0)
-        ++next;
+    for (; reinterpret_cast<std::uintptr_t>(next) % sizeof(word) != 0; ++next) {
+        if (!goes_on())
+            return next - bytes;
+    }
     for (; end - next >= static_cast<std::ptrdiff_t>(sizeof(word)); next += sizeof(word)) {
         word same = 0;
         std::memcpy(&same, std::assume_aligned<sizeof(word)>(next), sizeof same);
