@@ -19,7 +19,7 @@ std::string output_of(std::FILE* stream, const std::function<void()>& action)
     dup2(kept, descriptor);
     close(kept);
 
-    const std::string text = read_file("/proc/self/fd/" + std::to_string(fileno(caught)));
+    std::string text = read_file("/proc/self/fd/" + std::to_string(fileno(caught)));
     std::fclose(caught);
     return text;
 }

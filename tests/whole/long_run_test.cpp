@@ -16,7 +16,9 @@ std::int64_t time_of(const byte_string& packet)
     constexpr std::int64_t mjd_of_epoch = 40587; // 1 January 1970
     const std::uint8_t* const field = packet.data() + 5 + 3;
     const std::int64_t days = (field[0] << 8 | field[1]) - mjd_of_epoch;
-    return days * 86400 + decimal(field[2]) * 3600 + decimal(field[3]) * 60 + decimal(field[4]);
+    const std::int64_t hours = 24 * days + decimal(field[2]);
+    const std::int64_t minutes = 60 * hours + decimal(field[3]);
+    return 60 * minutes + decimal(field[4]);
 }
 
 std::int64_t seconds_of(const std::string& utc)
