@@ -77,8 +77,7 @@ prepared_shop prepare_shop_plainly(const std::string& folder)
     auto state = load_shop(folder);
     const item* article = state->articles;
     for (std::uint32_t i = 0; i < state->service_count; ++i, article = article->next) {
-        const owned_subpicture display_set =
-            draw_article(*article, state->layout, folder);
+        const owned_subpicture display_set = draw_article(*article, state->layout, folder);
         require(display_set != nullptr);
         encode_plainly(state->streams[i], *display_set);
     }
