@@ -131,11 +131,6 @@ TEST(ReferenceFile, CompletesTheArticlesOfItsCodes)
                           "<article code='B'/><article code='B'/></r>";
     for (const auto& [what, reference, articles] : references)
         EXPECT_EQ(read_articles(content, "<r>" + std::string(reference) + "</r>"), articles) << what;
-}
-
-TEST(ReferenceFile, IsOpenedOnlyForArticles)
-{
-    EXPECT_EQ(stderr_of([] { ParseXMLReferencieltv("/missing", nullptr); }), "");
     EXPECT_EQ(read_articles("<r><article/></r>", "<r><article code=''><usb>1</usb></article></r>"), "\n");
 }
 

@@ -1,6 +1,5 @@
 #include "eit.h"
 
-#include "moment.h"
 #include "section_bytes.h"
 #include "temporary.h"
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <ctime>
 #include <gmock/gmock.h>
 #include <vector>
 
@@ -25,4 +26,12 @@ inline void expect_sound(const std::vector<std::uint8_t>& section, const char* w
 {
     EXPECT_EQ(crc32(section.data(), static_cast<std::int32_t>(section.size())), 0U) << what;
     EXPECT_EQ((section[1] & 0x0FU) << 8 | section[2], section.size() - 3) << what;
+}
+
+/// A moment such as "2026-11-18 14:05:09".
+inline std::tm moment(const char* utc)
+{
+    std::tm fields{};
+    strptime(utc, "%Y-%m-%d %H:%M:%S", &fields);
+    return fields;
 }

@@ -1,6 +1,5 @@
 #include "tdt_tot.h"
 
-#include "moment.h"
 #include "section_bytes.h"
 
 namespace {

@@ -1,9 +1,7 @@
 #include "utc.h"
 
-#include "moment.h"
+#include "section_bytes.h"
 #include "temporary.h"
-
-#include <gmock/gmock.h>
 
 namespace {
 
