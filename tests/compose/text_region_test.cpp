@@ -32,11 +32,11 @@ TEST(TextStyle, ComesFromTheLayout)
         ElementsAre(3, 4'294'967'292, 4'294'967'276, 6));
     text_style style;
     getTextAttributes(style, region);
-    const auto& [background, foreground, size, family, x, y, text, next] = style;
-    const auto& [red, green, blue, alpha] = background;
-    EXPECT_THAT((std::array{red, green, blue, alpha, foreground.blue, foreground.alpha, size}),
-        ElementsAre(1.0, 128 / 255.0, 0.0, 128 / 255.0, 1.0, 0.2, -12.0));
-    EXPECT_EQ(family, font);
+    const auto& [red, green, blue, alpha] = style.background;
+    EXPECT_THAT((std::array{red, green, blue, alpha, style.foreground.blue, style.foreground.alpha}),
+        ElementsAre(1.0, 128 / 255.0, 0.0, 128 / 255.0, 1.0, 0.2));
+    EXPECT_EQ(style.font_size, -12);
+    EXPECT_EQ(style.font, font);
 }
 
 TEST(TextRegion, HasItsBaselineOneFontSizeBelowTheTop)
