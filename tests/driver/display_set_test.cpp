@@ -35,24 +35,21 @@ TEST(DisplaySet, CutsATextAtACharacterWithin256Bytes)
 
 TEST(DisplaySet, DrawsWhatTheArticleAndTheLayoutHave)
 {
-    std::string text = "T";
-    std::array<std::string, 3> names{"price", "brand", "model"};
-    std::array<layout_region, 3> layout{};
-    for (std::size_t i = 0; i < 3; ++i)
-        layout[i] = {.name = names[i].data(), .width = 10, .height = static_cast<std::int32_t>(i) + 1};
-    layout[0].next = &layout[1];
-    layout[1].next = &layout[2];
-    const item article{.model = text.data(), .price = text.data(), .warranty = text.data()};
+    char text[] = "T", price[] = "price", brand[] = "brand", model[] = "model";
+    layout_region last{.name = model, .width = 10, .height = 3};
+    layout_region second{.name = brand, .width = 10, .height = 2, .next = &last};
+    const layout_region layout{.name = price, .width = 10, .height = 1, .next = &second};
+    const item article{.model = text, .price = text, .warranty = text};
 
-    const owned_subpicture drawn = draw_article(article, layout.data());
+    const owned_subpicture drawn = draw_article(article, &layout);
     ASSERT_NE(drawn, nullptr);
     std::vector<std::uint32_t> heights;
     for (const subpicture_region* region = drawn->regions; region != nullptr; region = region->next)
         heights.push_back(region->height);
     EXPECT_THAT(heights, testing::ElementsAre(3, 1, 550)) << "model, price and banner";
 
-    layout[2].x_pos = 721;
-    EXPECT_THAT(stderr_of([&] { EXPECT_EQ(draw_article(article, layout.data()), nullptr); }),
+    last.x_pos = 721;
+    EXPECT_THAT(stderr_of([&] { EXPECT_EQ(draw_article(article, &layout), nullptr); }),
         testing::HasSubstr("Error: Region out of display\ncannot add subtitle: "));
 }
 
