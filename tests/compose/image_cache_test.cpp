@@ -24,19 +24,18 @@ struct ImageCache : testing::Test {
     image_cache cache{};
 
     /// Draws with the cache, which must change neither the picture nor the messages.
-    void draw(const std::function<std::int32_t(subpicture*, image_cache*)>& operation)
-    {
-        const auto with = outcome_of([&](subpicture* set) { return operation(set, &cache); });
-        const auto without = outcome_of([&](subpicture* set) { return operation(set, nullptr); });
-        EXPECT_EQ(with.report, without.report);
-        EXPECT_TRUE(pixels_of(with) == pixels_of(without)) << with.report;
-    }
     void draw_image(const std::string& path, bool keep_ratio = true)
     {
-        auto format = yuva_format(60, keep_ratio ? 0 : 25);
-        draw([&](subpicture* set, image_cache* used) {
-            return add_cached_image(&format, path.c_str(), set, keep_ratio, used);
-        });
+        const auto drawn = [&](image_cache* used) {
+            auto format = yuva_format(60, keep_ratio ? 0 : 25);
+            return outcome_of([&](subpicture* set) {
+                return add_cached_image(&format, path.c_str(), set, keep_ratio, used);
+            });
+        };
+        const auto with = drawn(&cache);
+        const auto without = drawn(nullptr);
+        EXPECT_EQ(with.report, without.report);
+        EXPECT_TRUE(pixels_of(with) == pixels_of(without)) << with.report;
     }
     [[nodiscard]] std::size_t kept_size_bytes() const
     {

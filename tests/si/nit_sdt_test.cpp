@@ -17,7 +17,7 @@ struct three_articles {
     item first{.channel = 5, .next = &second};
 } const articles;
 
-TEST(Nit, CarriesTheSettings)
+TEST(Nit, CarriesTheSettingsAndTheChannelsOfTheArticles)
 {
     const environment set{
         {"PREF_SYSTEM_ENCODER_1_NETWORK_ID", "8442"}, // 0x20FA
@@ -25,40 +25,32 @@ TEST(Nit, CarriesTheSettings)
         {"PREF_SYSTEM_ENCODER_1_NIT_VERSION", "33"},
         {"PREF_SYSTEM_ENCODER_1_NETWORK_NAME", "\xC9t\xE9 network of thirty bytes..."},
         {"PREF_SYSTEM_ENCODER_1_VISIBLE_SERVICE", "true"},
-        {"PREF_SYSTEM_ENCODER_1_LCN", "1023"},
+        {"PREF_SYSTEM_ENCODER_1_LCN", "1022"},
     };
-    const auto nit = section_of([](dvb_table& table) { return create_nit_table(table, -1, 2, nullptr); });
+    const auto nit =
+        section_of([](dvb_table& table) { return create_nit_table(table, -1, 6, &articles.first); });
     expect_sound(nit);
-    EXPECT_THAT(std::span(nit).first(82),
+    EXPECT_THAT(std::span(nit).first(110),
         ElementsAreArray<std::uint8_t>({
-            0x40, 0xF0, 0x53,             // table_id, section_length
+            0x40, 0xF0, 0x6F,             // table_id, section_length
             0x20, 0xFA, 0xC3, 0x00, 0x00, // network_id, version, section numbers
             0xF0, 0x28, 0x40, 0x18, 0xC9, 't', 0xE9, ' ', 'n', 'e', 't', 'w', 'o', // network_name_descriptor
             'r', 'k', ' ', 'o', 'f', ' ', 't', 'h', 'i', 'r', 't', 'y', ' ', 'b', 'y', // cut to 24 bytes
             0x4A, 0x0C, 0x12, 0x34, 0x20, 0xFA, 0xFF, 0xFF, 0x09, 0x04, 0x00, 0x01, 0x5A, 0x00, // linkage
-            0xF0, 0x1E, 0x12, 0x34, 0x20, 0xFA, 0xF0, 0x18,             // transport stream
-            0x5F, 0x04, 0x00, 0x00, 0x00, 0x28,                         // private_data_specifier_descriptor
-            0x83, 0x08, 0xFF, 0xFF, 0xFF, 0xFF, 0x00, 0x00, 0xFC, 0x00, // logical channels, all visible
-            0x41, 0x06, 0xFF, 0xFF, 0x01, 0x00, 0x00, 0x01,             // service_list_descriptor
+            0xF0, 0x3A, 0x12, 0x34, 0x20, 0xFA, 0xF0, 0x34, // transport stream
+            0x5F, 0x04, 0x00, 0x00, 0x00, 0x28,             // private_data_specifier_descriptor
+            0x83, 0x18,                                     // logical channels, all visible
+            0xFF, 0xFF, 0xFC, 0x05, 0x00, 0x00, 0xFC, 0x01, 0x00, 0x01, 0xFF, 0xFF, // of the articles
+            0x00, 0x02, 0xFF, 0xFE, 0x00, 0x03, 0xFF, 0xFF, 0x00, 0x04, 0xFC, 0x00, // from 1022 on
+            0x41, 0x12, 0xFF, 0xFF, 0x01, 0x00, 0x00, 0x01, 0x00, 0x01, 0x01,       // service_list_descriptor
+            0x00, 0x02, 0x01, 0x00, 0x03, 0x01, 0x00, 0x04, 0x01,                   // of digital television
         }));
 }
 
-TEST(Nit, TakesChannelsFromTheArticlesAndThenCounts)
+TEST(Nit, HidesAServiceWithoutSettingsAndArticles)
 {
-    const environment set{
-        {"PREF_SYSTEM_ENCODER_1_LCN", "30"}, {"PREF_SYSTEM_ENCODER_1_VISIBLE_SERVICE", "TRUE"}};
-    const auto nit =
-        section_of([&](dvb_table& table) { return create_nit_table(table, 1, 5, &articles.first); });
-    expect_sound(nit);
-    EXPECT_THAT(std::span(nit).subspan(41, 22),
-        ElementsAreArray<std::uint8_t>({
-            0x83, 0x14,             // logical channels, none of them visible
-            0x00, 0x01, 0x7C, 0x05, // 5
-            0x00, 0x02, 0x7C, 0x01, // 1025
-            0x00, 0x03, 0x7F, 0xFF, // -1
-            0x00, 0x04, 0x7C, 0x1E, // 30, without an article
-            0x00, 0x05, 0x7C, 0x1F, // 31
-        }));
+    const auto nit = section_of([](dvb_table& table) { return create_nit_table(table, 100, 1, nullptr); });
+    EXPECT_THAT(std::span(nit).subspan(41, 6), ElementsAre(0x83, 0x04, 0x00, 0x64, 0x7C, 0x00));
 }
 
 TEST(Sdt, DescribesOneServiceWithoutSettings)

@@ -26,11 +26,7 @@ TEST(Settings, AreReadAsNumbersSwitchesAndNames)
         EXPECT_EQ(setting_equals(name, "true"), is_true) << value;
         EXPECT_EQ(name_setting(name, 4), cut);
     }
-}
-
-TEST(Settings, HaveValuesWhenUnset)
-{
-    EXPECT_EQ(number_setting(name), 0);
+    EXPECT_EQ(number_setting(name), 0) << "unset";
     EXPECT_FALSE(setting_equals(name, ""));
     EXPECT_EQ(name_setting(name, 3), " ");
 }
