@@ -35,7 +35,10 @@ TEST(DisplaySet, CutsATextAtACharacterWithin256Bytes)
 
 TEST(DisplaySet, DrawsWhatTheArticleAndTheLayoutHave)
 {
-    char text[] = "T", price[] = "price", brand[] = "brand", model[] = "model";
+    char text[] = "T";
+    char price[] = "price";
+    char brand[] = "brand";
+    char model[] = "model";
     layout_region last{.name = model, .width = 10, .height = 3};
     layout_region second{.name = brand, .width = 10, .height = 2, .next = &last};
     const layout_region layout{.name = price, .width = 10, .height = 1, .next = &second};
