@@ -28,7 +28,8 @@ need_packages() {
     fi
     local log
     log=$(mktemp)
-    if ! { "${as_root[@]}" apt-get update && "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    # A mirror that is being renewed fails the update, but may have what is needed.
+    if ! { { "${as_root[@]}" apt-get update || true; } && "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
         apt-get install -y --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
         tail -n 20 "$log" >&2
         fail "could not install ${missing[*]} (the end of apt-get's output is above)"
