@@ -32,6 +32,6 @@ inline constexpr std::size_t cached_region_limit_bytes = image_cache_limit_bytes
 /// The image of that key, which becomes the last used; null when it is not there.
 [[nodiscard]] const scaled_image* find_image(image_cache& cache, const digest& key);
 
-/// Takes an image in, in place of all that have not been used since those that fit beside it. Returns it
-/// where it is now, until the next call; null when it is larger than all may be together.
+/// Takes an image in. From the last used on, as many stay as fit beside it; the others are dropped. Returns
+/// it where it is until the next call; null when it is larger than all may be together.
 const scaled_image* keep_image(image_cache& cache, scaled_image image);

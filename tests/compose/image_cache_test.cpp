@@ -121,6 +121,18 @@ TEST_F(ImageCache, ReadsAnImageAgainButKeepsItOnce)
     EXPECT_EQ(kept_size_bytes(), 4 * 60 * (40 + 25)) << "at another place";
 }
 
+TEST_F(ImageCache, LeavesOutLargeRegions)
+{
+    const auto path = write_png(folder, "logo.png", 2, 2, "RGBW");
+    for (const std::uint32_t width : {257U, 256U}) { // times 256 lines of four bytes each
+        EXPECT_EQ(kept_size_bytes(), 0U);
+        auto format = yuva_format(width, 256);
+        const auto set = outcome().display_set;
+        EXPECT_EQ(add_cached_image(&format, path.c_str(), set.get(), false, &cache), 0);
+    }
+    EXPECT_EQ(kept_size_bytes(), cached_region_limit_bytes);
+}
+
 TEST_F(ImageCache, DropsWhatHasNotBeenUsedForLongest)
 {
     const auto keep = [&](std::uint64_t key, std::size_t size_bytes) {
