@@ -1,8 +1,8 @@
+#include "insertion.h"
 #include "ready_device.h"
 #include "registers.h"
 #include "shop_services.h"
 #include "shops.h"
-#include "streaming.h"
 #include "ts_packet.h"
 
 #include <cstdio>

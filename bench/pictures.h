@@ -1,7 +1,7 @@
 #pragma once
 
+#include "handles.h"
 #include "picture.h"
-#include "releaser.h"
 
 #include <memory>
 #include <span>

@@ -2,9 +2,9 @@
 
 #include "articles.h"
 #include "display_set.h"
-#include "logo.h"
 #include "plain_encoder.h"
 #include "plain_palette.h"
+#include "resources.h"
 #include "services.h"
 
 #include <cstdlib>

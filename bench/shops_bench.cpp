@@ -1,7 +1,7 @@
+#include "insertion.h"
 #include "ready_device.h"
 #include "shop_services.h"
 #include "shops.h"
-#include "streaming.h"
 
 #include <array>
 #include <benchmark/benchmark.h>

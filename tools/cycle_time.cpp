@@ -1,8 +1,8 @@
 #include "cycle_time.h"
 
 #include "bus.h"
+#include "insertion.h"
 #include "programming.h"
-#include "streaming.h"
 
 #include <cstdio>
 #include <fcntl.h>

@@ -1,11 +1,12 @@
 #include "shop.h"
 
 #include "articles.h"
-#include "file_handles.h"
 #include "formatted.h"
-#include "logo.h"
+#include "handles.h"
+#include "resources.h"
 #include "settings.h"
 #include "startup.h"
+#include "xml_file.h"
 
 #include <array>
 #include <cerrno>

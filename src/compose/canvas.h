@@ -3,6 +3,12 @@
 #include "handles.h"
 #include "picture.h"
 
+#include <cairo.h>
+#include <memory>
+
+using owned_surface = std::unique_ptr<cairo_surface_t, releaser<cairo_surface_destroy>>;
+using owned_context = std::unique_ptr<cairo_t, releaser<cairo_destroy>>;
+
 /// Components from 0.0 to 1.0; alpha 1.0 is opaque.
 struct rgba {
     double red = 0;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "digest.h"
-#include "handles.h"
+#include "canvas.h"
+#include "reuse.h"
 
 #include <array>
 #include <cstddef>

@@ -1,6 +1,6 @@
 #include "png_image.h"
 
-#include "file_handles.h"
+#include "handles.h"
 
 #include <array>
 #include <bit>

@@ -1,6 +1,6 @@
 #include "surface_region.h"
 
-#include "coded_region.h"
+#include "reuse.h"
 
 #include <cstddef>
 #include <cstdio>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "handles.h"
+#include "canvas.h"
 #include "picture.h"
 
 #include <cstdint>

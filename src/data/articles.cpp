@@ -1,7 +1,6 @@
 #include "articles.h"
 
-#include "decimal.h"
-#include "logo.h"
+#include "resources.h"
 #include "text.h"
 #include "xml_file.h"
 

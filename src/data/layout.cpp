@@ -1,6 +1,5 @@
 #include "layout.h"
 
-#include "decimal.h"
 #include "text.h"
 #include "xml_file.h"
 

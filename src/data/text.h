@@ -1,6 +1,8 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
+#include <optional>
 #include <string_view>
 
 /// A zero-terminated copy made with `malloc`, which the caller frees. Without memory it prints
@@ -17,3 +19,8 @@ constexpr bool equal_ignoring_case(std::string_view left, std::string_view right
 {
     return std::ranges::equal(left, right, {}, ascii_lower, ascii_lower);
 }
+
+/// Reads a decimal integer as the C library's "%d" does: leading white space, an optional sign,
+/// digits up to the first other character. Nothing when no digit comes first. A number that does not
+/// fit into 64 bits counts as the nearest one that does; the result carries its low 32 bits.
+std::optional<std::int32_t> parse_decimal(std::string_view text);

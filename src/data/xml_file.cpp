@@ -1,6 +1,6 @@
 #include "xml_file.h"
 
-#include "file_handles.h"
+#include "handles.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,6 +1,11 @@
 #pragma once
 
+#include "handles.h"
+
 #include <expat.h>
+#include <memory>
+
+using owned_xml_parser = std::unique_ptr<XML_ParserStruct, releaser<XML_ParserFree>>;
 
 /// What expat calls while it parses, and the context that it hands to each call.
 struct xml_handlers {

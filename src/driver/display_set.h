@@ -1,12 +1,12 @@
 #pragma once
 
-#include "coded_region.h"
+#include "handles.h"
 #include "image_cache.h"
 #include "item.h"
 #include "layout.h"
 #include "picture.h"
-#include "releaser.h"
 #include "resources.h"
+#include "reuse.h"
 #include "text_region.h"
 
 #include <memory>

@@ -2,7 +2,7 @@
 
 #include "dvb_table.h"
 #include "startup.h"
-#include "stream_slot.h"
+#include "stream_transfer.h"
 
 #include <array>
 #include <cstdint>

@@ -3,7 +3,7 @@
 #include "articles.h"
 #include "display_set.h"
 #include "encoder.h"
-#include "releaser.h"
+#include "handles.h"
 #include "settings.h"
 
 #include <cstdio>

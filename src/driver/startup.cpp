@@ -1,9 +1,9 @@
 #include "startup.h"
 
-#include "decimal.h"
-#include "file_handles.h"
+#include "handles.h"
 #include "registers.h"
 #include "settings.h"
+#include "text.h"
 
 #include <array>
 #include <cstdio>

@@ -1,8 +1,8 @@
 #include "encoder.h"
 
-#include "coded_region.h"
 #include "palette.h"
 #include "pixel_lines.h"
+#include "reuse.h"
 
 #include <algorithm>
 #include <array>

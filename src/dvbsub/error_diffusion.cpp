@@ -1,6 +1,6 @@
 #include "error_diffusion.h"
 
-#include "colour_run.h"
+#include "runs.h"
 
 #include <algorithm>
 #include <cstdlib>

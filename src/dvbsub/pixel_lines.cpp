@@ -1,6 +1,6 @@
 #include "pixel_lines.h"
 
-#include "equal_run.h"
+#include "runs.h"
 
 #include <algorithm>
 #include <array>

@@ -77,3 +77,7 @@ void begin_long_section(byte_cursor& out, const long_header& header);
 
 /// The same for a section that closes with a CRC_32 over all its bytes, which is appended here.
 [[nodiscard]] std::int32_t end_section_with_crc(byte_cursor& out);
+
+/// CRC_32 of ISO/IEC 13818-1, Annex A, over `count` bytes: 0xFFFFFFFF when there are none or `count`
+/// is negative, 0 over a whole section that ends in its own CRC_32. For the builders of this folder.
+[[nodiscard]] std::uint32_t crc32(const std::uint8_t* bytes, std::int32_t count);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "capture.h"
-#include "handles.h"
+#include "canvas.h"
 #include "picture.h"
 #include "surface_region.h"
 #include "temporary.h"

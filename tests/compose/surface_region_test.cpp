@@ -1,8 +1,8 @@
 #include "surface_region.h"
 
 #include "canvas.h"
-#include "coded_region.h"
 #include "drawings.h"
+#include "reuse.h"
 
 #include <gtest/gtest.h>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "decimal.h"
+#include "text.h"
 
 #include <gtest/gtest.h>
 

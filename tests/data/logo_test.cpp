@@ -1,6 +1,6 @@
-#include "logo.h"
+#include "resources.h"
 
-#include "file_handles.h"
+#include "handles.h"
 #include "temporary.h"
 
 #include <gtest/gtest.h>

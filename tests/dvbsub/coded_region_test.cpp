@@ -1,4 +1,4 @@
-#include "coded_region.h"
+#include "reuse.h"
 
 #include "pages.h"
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "encoder.h"
+#include "handles.h"
 #include "picture.h"
-#include "releaser.h"
 
 #include <algorithm>
 #include <cstdlib>

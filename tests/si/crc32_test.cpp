@@ -1,4 +1,4 @@
-#include "crc32.h"
+#include "section.h"
 
 #include <array>
 #include <gtest/gtest.h>

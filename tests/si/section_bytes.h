@@ -1,7 +1,7 @@
 #pragma once
 
-#include "crc32.h"
 #include "dvb_table.h"
+#include "section.h"
 
 #include <algorithm>
 #include <cstdint>

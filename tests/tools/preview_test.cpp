@@ -1,8 +1,8 @@
 #include "preview.h"
 
+#include "canvas.h"
 #include "capture.h"
 #include "formatted.h"
-#include "handles.h"
 #include "screen_file.h"
 #include "temporary.h"
 

@@ -1,6 +1,6 @@
 #include "settings.h"
 
-#include "decimal.h"
+#include "text.h"
 
 #include <cstdlib>
 

@@ -1,4 +1,4 @@
-#include "logo.h"
+#include "resources.h"
 
 #include "text.h"
 

@@ -1,6 +1,4 @@
-#include "colour_run.h"
-
-#include "equal_run.h"
+#include "runs.h"
 
 std::ptrdiff_t colour_run(const picture& source, std::ptrdiff_t begin, std::ptrdiff_t end)
 {
