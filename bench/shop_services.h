@@ -1,6 +1,6 @@
 #pragma once
 
-#include "startup.h"
+#include "state.h"
 
 #include <memory>
 #include <string>

@@ -1,4 +1,5 @@
 #include "insertion.h"
+#include "programming.h"
 #include "ready_device.h"
 #include "shop_services.h"
 #include "shops.h"

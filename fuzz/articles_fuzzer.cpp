@@ -1,6 +1,5 @@
 #include "articles.h"
 #include "input.h"
-#include "lists.h"
 #include "memory_failures.h"
 #include "memory_file.h"
 
@@ -92,7 +91,7 @@ void run(const memory_file& file, const shop& input)
     check_merge(file, head);
     for (const item* article = head; article != nullptr; article = article->next)
         require(text_bytes(*article) < std::size_t{1} << 30);
-    free_all(head);
+    free_articles(head);
 }
 
 } // namespace

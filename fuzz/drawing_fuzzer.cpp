@@ -1,6 +1,6 @@
 #include "banner.h"
 #include "display_set.h"
-#include "image_region.h"
+#include "image.h"
 #include "input.h"
 #include "memory_failures.h"
 #include "memory_file.h"
@@ -8,6 +8,7 @@
 #include "png_file.h"
 #include "sanitizer_options.h"
 #include "temporary.h"
+#include "text_region.h"
 
 #include <algorithm>
 #include <array>
@@ -136,7 +137,7 @@ std::int32_t draw_image(subpicture& page, bytes_left& input)
 {
     region_format format = format_of(take_box(input));
     const bool keep_ratio = take_u8(input) != 0;
-    return AddImageSubtitle(&format, take_picture(input).path.c_str(), &page, keep_ratio);
+    return AddImageSubtitle(&format, take_picture(input).path.c_str(), &page, keep_ratio, nullptr);
 }
 
 /// A folder in which every icon is the picture of the input.
@@ -165,7 +166,7 @@ std::int32_t draw_banner(subpicture& page, bytes_left& input)
     for (std::size_t i = 0; i < texts.size(); ++i)
         article.*members[i] = texts[i].present ? texts[i].text.data() : nullptr;
     const std::string icons = (flags & 4) != 0 ? folder_of(take_picture(input)) : SAMPLE_ICONS;
-    return build_banner_with_icons(&format, &article, &page, {.icon_directory = icons});
+    return BuildFeaturesBanner(&format, &article, &page, {.folder = icons});
 }
 
 std::size_t count_of(const subpicture& page)

@@ -1,6 +1,5 @@
 #include "input.h"
 #include "layout.h"
-#include "lists.h"
 #include "memory_failures.h"
 #include "memory_file.h"
 #include "text_region.h"
@@ -37,7 +36,7 @@ void run(const memory_file& file, const std::string& name)
         require(region->name == nullptr || getRegionByName(head, region->name) != nullptr);
         check_copies(*region);
     }
-    free_all(head);
+    free_layout(head);
 }
 
 } // namespace

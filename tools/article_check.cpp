@@ -3,8 +3,8 @@
 #include "canvas.h"
 #include "display_set.h"
 #include "formatted.h"
-#include "png_image.h"
 #include "text.h"
+#include "text_region.h"
 
 #include <algorithm>
 #include <array>
@@ -18,8 +18,6 @@
 namespace {
 
 constexpr std::array layout_names{"model", "price", "brand", "warranty"};
-constexpr std::uint32_t banner_x = 603;
-constexpr std::uint32_t banner_y = 14;
 
 void add(finding_list& findings, severity level, std::string text)
 {
@@ -42,7 +40,7 @@ bool has_fixed_size(const expected_region& expected)
 bool is_drawn_as(const expected_region& expected, const subpicture_region& drawn)
 {
     if (expected.layout == nullptr)
-        return drawn.x == banner_x && drawn.y == banner_y;
+        return drawn.x == banner_box.x && drawn.y == banner_box.y;
     const layout_region& place = *expected.layout;
     const auto same = [](std::int32_t wanted, std::uint32_t found) {
         return static_cast<std::uint32_t>(wanted) == found;
@@ -129,46 +127,30 @@ void check_logo(finding_list& findings, const item& article)
         return add(
             findings, severity::note, formatted("there is no logo %s.png: the name is drawn", name.c_str()));
     }
-    const png_image logo = load_png(article.logo);
-    if (logo.status != CAIRO_STATUS_SUCCESS)
+    const owned_surface logo(cairo_image_surface_create_from_png(article.logo));
+    if (const cairo_status_t status = cairo_surface_status(logo.get()); status != CAIRO_STATUS_SUCCESS)
         add(findings, severity::broken,
             formatted("logo %s cannot be used (%s): the daemon does not start", article.logo,
-                cairo_status_to_string(logo.status)));
-}
-
-/// File names, without suffix, of the icons that the article's features ask for.
-std::vector<std::string> icons_of(const item& article)
-{
-    std::vector<std::string> names;
-    const auto want = [&](bool wanted, const char* name) {
-        if (wanted)
-            names.emplace_back(name);
-    };
-    want(article.type != nullptr, article.type);
-    want(article.size != nullptr, "size");
-    want(article.hd != nullptr, article.hd);
-    want(article.tuner_hd != 0, "tunerhd");
-    want(article.hdmi != nullptr, "hdmi");
-    want(article.usb != nullptr, "usb");
-    want(article.threeD_ready != 0, "3dready");
-    return names;
+                cairo_status_to_string(status)));
 }
 
 void check_icons(finding_list& findings, const item& article, const std::string& folder)
 {
-    std::set<std::uint32_t> heights;
-    for (const std::string& name : icons_of(article)) {
-        const std::string path = folder + name + ".png";
-        const png_image icon = load_png(path.c_str());
-        if (icon.status == CAIRO_STATUS_SUCCESS)
-            heights.insert(icon.height);
+    std::set<int> heights;
+    for (const char* name : icons_of(article)) {
+        if (name == nullptr)
+            break;
+        const owned_surface icon(cairo_image_surface_create_from_png((folder + name + ".png").c_str()));
+        const cairo_status_t status = cairo_surface_status(icon.get());
+        if (status == CAIRO_STATUS_SUCCESS)
+            heights.insert(cairo_image_surface_get_height(icon.get()));
         else
             add(findings, severity::warning,
-                formatted("icon %s.png is missing: %s", name.c_str(), cairo_status_to_string(icon.status)));
+                formatted("icon %s.png is missing: %s", name, cairo_status_to_string(status)));
     }
     if (heights.size() > 1)
         add(findings, severity::warning,
-            formatted("banner: icons of %u to %u pixels in height: they shift or overlap", *heights.begin(),
+            formatted("banner: icons of %d to %d pixels in height: they shift or overlap", *heights.begin(),
                 *heights.rbegin()));
 }
 

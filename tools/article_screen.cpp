@@ -97,18 +97,18 @@ void check_colours(article_screen& screen)
 
 } // namespace
 
-article_screen make_screen(
-    subtitle_stream& stream, const item& article, const layout_region* layout, const std::string& folder)
+article_screen make_screen(subtitle_stream& stream, const item& article, const layout_region* layout,
+    const image_source& images, coded_regions& encoded)
 {
     const auto expected = expected_regions(article, layout);
-    article_screen screen{.findings = check_article(article, expected, folder)};
-    const owned_subpicture drawn = draw_article(article, layout, folder);
+    article_screen screen{.findings = check_article(article, expected, std::string(images.folder))};
+    const owned_subpicture drawn = draw_article(article, layout, images);
     if (drawn) {
         const auto names = match_regions(expected, *drawn);
         append(screen.findings, check_regions(*drawn, expected, names));
         screen.regions = describe(*drawn, names);
     }
-    screen.prepared = drawn && encode_service(stream, drawn.get());
+    screen.prepared = drawn && encode_service(stream, drawn.get(), encoded);
     if (!screen.prepared) {
         add(screen.findings, severity::broken, "the article cannot be prepared: the daemon does not start");
         return screen;

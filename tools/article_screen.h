@@ -1,9 +1,11 @@
 #pragma once
 
+#include "banner.h"
 #include "colour_reduction.h"
 #include "finding.h"
 #include "item.h"
 #include "layout.h"
+#include "reuse.h"
 #include "stream_transfer.h"
 #include "subtitle_decoder.h"
 
@@ -30,10 +32,10 @@ struct article_screen {
 };
 
 /// Draws and encodes the article with the daemon's own code, which says what goes wrong on standard
-/// error, and decodes it again. The encoded blocks go into the stream and are the caller's. Icons lie in
-/// the folder, whose path ends with a slash.
-article_screen make_screen(
-    subtitle_stream& stream, const item& article, const layout_region* layout, const std::string& folder);
+/// error, and decodes it again. The encoded blocks go into the stream and are the caller's. Icons come from
+/// the images' folder; images and encoded regions are used again from one article to the next.
+article_screen make_screen(subtitle_stream& stream, const item& article, const layout_region* layout,
+    const image_source& images, coded_regions& encoded);
 
 /// Packets that the block takes with its PES header, each PES packet beginning a new one.
 std::uint32_t packets_of(const block& payload);

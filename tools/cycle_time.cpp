@@ -3,9 +3,10 @@
 #include "bus.h"
 #include "insertion.h"
 #include "programming.h"
+#include "silence.h"
+#include "startup.h"
 
 #include <cstdio>
-#include <fcntl.h>
 #include <string>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -29,28 +30,6 @@ void count(std::uint64_t periods, std::size_t data_bytes)
     ++meter.requests;
     meter.clock_periods += periods + 9 * data_bytes;
 }
-
-/// Silences standard output at its beginning, until its end: what the daemon tells there of a start
-/// would stand amidst the report.
-struct silence {
-    silence()
-    {
-        std::fflush(stdout);
-        const int nothing = open("/dev/null", O_WRONLY | O_CLOEXEC);
-        dup2(nothing, STDOUT_FILENO);
-        close(nothing);
-    }
-    ~silence()
-    {
-        std::fflush(stdout);
-        dup2(kept, STDOUT_FILENO);
-        close(kept);
-    }
-    silence(const silence&) = delete;
-    silence& operator=(const silence&) = delete;
-
-    int kept = dup(STDOUT_FILENO);
-};
 
 } // namespace
 
@@ -108,7 +87,7 @@ void bus_pause(std::uint32_t /*pause_us*/)
 
 std::optional<driver_state> read_settings()
 {
-    const silence quiet;
+    const silence quiet(stdout);
     const int version = memfd_create("version", MFD_CLOEXEC);
     constexpr std::string_view new_generation = "3\n";
     if (write(version, new_generation.data(), new_generation.size()) < 0)
@@ -120,7 +99,7 @@ std::optional<driver_state> read_settings()
 
 std::optional<cycle_cost> measure_cycle(driver_state& state)
 {
-    const silence quiet;
+    const silence quiet(stdout);
     auto insertion = program_device(descriptor, state);
     if (!insertion)
         return std::nullopt;

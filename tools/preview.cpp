@@ -7,12 +7,13 @@
 #include "report.h"
 #include "screen_file.h"
 #include "screen_picture.h"
+#include "services.h"
 #include "shop.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <span>
 #include <string_view>
 #include <system_error>
@@ -30,29 +31,21 @@ struct preview {
     background ground{};
     shop found{};
     driver_state state{};
+    image_cache images{};
+    coded_regions encoded{};
     finding_list findings{}; ///< about all screens
     bool all_prepared = true;
     std::string failure{}; ///< why the preview ends early
 };
 
-/// The encoded blocks are the only thing that the state owns here.
-struct blocks_of_state {
-    explicit blocks_of_state(driver_state& owner)
-        : state(owner)
+/// The services that the preview ends with.
+struct services_releaser {
+    void operator()(driver_state* state) const
     {
+        free_services(*state);
     }
-    ~blocks_of_state()
-    {
-        for (const subtitle_stream& stream : state.streams) {
-            std::free(stream.display_set);
-            std::free(stream.refresh);
-        }
-    }
-    blocks_of_state(const blocks_of_state&) = delete;
-    blocks_of_state& operator=(const blocks_of_state&) = delete;
-
-    driver_state& state;
 };
+using owned_services = std::unique_ptr<driver_state, services_releaser>;
 
 int no_preview(const std::string& why)
 {
@@ -68,15 +61,14 @@ void print(const std::string& text)
     std::fflush(stdout);
 }
 
-void keep(preview& shown, const finding_list& more)
+void keep(preview& view, const finding_list& more)
 {
-    shown.findings.insert(shown.findings.end(), more.begin(), more.end());
+    view.findings.insert(view.findings.end(), more.begin(), more.end());
 }
 
-bool is_wanted(const preview& shown, const item& article)
+bool is_wanted(const preview& view, const item& article)
 {
-    return shown.options.article.empty()
-        || (article.code != nullptr && shown.options.article == article.code);
+    return view.options.article.empty() || (article.code != nullptr && view.options.article == article.code);
 }
 
 /// The code as a part of a file name.
@@ -94,95 +86,95 @@ std::string file_part(const char* code)
     return part.empty() ? part : "-" + part;
 }
 
-std::string picture_path(const preview& shown, std::uint32_t number, const item& article)
+std::string picture_path(const preview& view, std::uint32_t number, const item& article)
 {
     const std::string name = "screen-" + std::to_string(number) + file_part(article.code) + ".png";
-    return (std::filesystem::path(shown.options.output) / name).string();
+    return (std::filesystem::path(view.options.output) / name).string();
 }
 
-void show_article(preview& shown, std::uint32_t index, const item& article)
+void show_article(preview& view, std::uint32_t index, const item& article)
 {
-    subtitle_stream& stream = shown.state.streams[index];
-    const auto screen = make_screen(stream, article, shown.found.layout.get(), shown.options.resources);
+    subtitle_stream& stream = view.state.streams[index];
+    const auto screen = make_screen(stream, article, view.state.layout,
+        {.folder = view.options.resources, .cache = &view.images}, view.encoded);
     std::string path;
     if (screen.prepared) {
-        path = picture_path(shown, index + 1, article);
-        shown.failure = write_screen(lay_over(shown.ground, compose_screen(screen.page)), path);
+        path = picture_path(view, index + 1, article);
+        view.failure = write_screen(lay_over(view.ground, compose_screen(screen.page)), path);
     }
     print(screen_heading(index + 1, article, path) + screen_report(screen, stream));
-    keep(shown, screen.findings);
-    shown.all_prepared = shown.all_prepared && screen.prepared;
+    keep(view, screen.findings);
+    view.all_prepared = view.all_prepared && screen.prepared;
 }
 
-void show_articles(preview& shown)
+void show_articles(preview& view)
 {
-    const item* article = shown.found.articles.get();
-    for (std::uint32_t i = 0; i < shown.found.shown && shown.failure.empty(); ++i, article = article->next)
-        if (is_wanted(shown, *article))
-            show_article(shown, i, *article);
+    const item* article = view.state.articles;
+    for (std::uint32_t i = 0; i < view.state.service_count && view.failure.empty();
+         ++i, article = article->next)
+        if (is_wanted(view, *article))
+            show_article(view, i, *article);
 }
 
 /// With all display sets at hand, what the device has room for and how long it takes.
-void show_cycle(preview& shown)
+void show_cycle(preview& view)
 {
-    if (shown.found.shown == 0 || !shown.all_prepared || !shown.options.article.empty())
+    if (view.state.service_count == 0 || !view.all_prepared || !view.options.article.empty())
         return;
-    shown.state.articles = shown.found.articles.get();
-    shown.state.service_count = shown.found.shown;
-    shown.state.multi_service = true;
-    if (const auto cost = measure_cycle(shown.state))
-        print(cycle_report(shown.state, *cost));
+    if (const auto cost = measure_cycle(view.state))
+        print(cycle_report(view.state, *cost));
     else
-        shown.findings.push_back({.level = severity::broken,
+        view.findings.push_back({.level = severity::broken,
             .text = "packet memory has no room for the tables of all services: the daemon does not start"});
 }
 
-bool has_article(const preview& shown)
+bool has_article(const preview& view)
 {
-    const item* article = shown.found.articles.get();
-    for (std::uint32_t i = 0; i < shown.found.shown; ++i, article = article->next)
-        if (is_wanted(shown, *article))
+    const item* article = view.state.articles;
+    for (std::uint32_t i = 0; i < view.state.service_count; ++i, article = article->next)
+        if (is_wanted(view, *article))
             return true;
     return false;
 }
 
-void introduce(preview& shown)
+void introduce(preview& view)
 {
-    keep(shown, shown.found.findings);
-    if (shown.found.layout != nullptr)
-        keep(shown, check_layout(shown.found.layout.get()));
-    print(std::to_string(shown.found.shown) + " of "
-        + std::to_string(shown.found.shown + shown.found.dropped.size()) + " articles are shown; files of "
-        + shown.options.resources + "\n" + findings_report(shown.findings) + "\n");
+    keep(view, view.found.findings);
+    if (view.state.layout != nullptr)
+        keep(view, check_layout(view.state.layout));
+    print(std::to_string(view.state.service_count) + " of "
+        + std::to_string(view.state.service_count + view.found.dropped.size())
+        + " articles are shown; files of " + view.options.resources + "\n" + findings_report(view.findings)
+        + "\n");
 }
 
 /// Makes sure of what the options name, before anything is drawn. Returns what is wrong.
-std::string open_places(preview& shown)
+std::string open_places(preview& view)
 {
     std::error_code error;
-    if (!std::filesystem::is_directory(shown.options.resources, error))
-        return "there is no folder " + shown.options.resources;
-    shown.ground = make_background(shown.options.background);
-    if (!shown.ground.error.empty())
-        return shown.ground.error;
-    std::filesystem::create_directories(shown.options.output, error);
-    return error ? "cannot make the folder " + shown.options.output + ": " + error.message() : "";
+    if (!std::filesystem::is_directory(view.options.resources, error))
+        return "there is no folder " + view.options.resources;
+    view.ground = make_background(view.options.background);
+    if (!view.ground.error.empty())
+        return view.ground.error;
+    std::filesystem::create_directories(view.options.output, error);
+    return error ? "cannot make the folder " + view.options.output + ": " + error.message() : "";
 }
 
-int show(preview& shown)
+int show(preview& view)
 {
-    const blocks_of_state blocks(shown.state);
-    shown.found = load_shop(shown.options.resources);
-    if (shown.found.shown != 0 && !has_article(shown))
-        return no_preview("no article of this host has the code " + shown.options.article);
-    introduce(shown);
-    show_articles(shown);
-    if (!shown.failure.empty())
-        return no_preview(shown.failure);
-    print(dropped_report(shown.found));
-    show_cycle(shown);
-    print(verdict(shown.findings));
-    const bool broken = std::ranges::count(shown.findings, severity::broken, &finding::level) != 0;
+    const owned_services services(&view.state);
+    view.found = load_shop(view.state, view.options.resources);
+    if (view.state.service_count != 0 && !has_article(view))
+        return no_preview("no article of this host has the code " + view.options.article);
+    introduce(view);
+    show_articles(view);
+    if (!view.failure.empty())
+        return no_preview(view.failure);
+    print(dropped_report(view.found));
+    show_cycle(view);
+    print(verdict(view.findings));
+    const bool broken = std::ranges::count(view.findings, severity::broken, &finding::level) != 0;
     return broken ? status_broken : status_well;
 }
 
@@ -190,18 +182,18 @@ int show(preview& shown)
 
 int run_preview(int argc, char** argv)
 {
-    preview shown{.options = parse_preview_options(argc, argv)};
-    if (shown.options.help) {
+    preview view{.options = parse_preview_options(argc, argv)};
+    if (view.options.help) {
         print(preview_help());
         return status_well;
     }
-    if (!shown.options.error.empty())
-        return no_preview(shown.options.error + " (--help lists the options)");
-    if (const std::string problem = open_places(shown); !problem.empty())
+    if (!view.options.error.empty())
+        return no_preview(view.options.error + " (--help lists the options)");
+    if (const std::string problem = open_places(view); !problem.empty())
         return no_preview(problem);
     const auto settings = read_settings();
     if (!settings)
         return no_preview("cannot read the settings");
-    shown.state = *settings;
-    return show(shown);
+    view.state = *settings;
+    return show(view);
 }

@@ -1,7 +1,6 @@
 #include "screen_file.h"
 
 #include "canvas.h"
-#include "png_image.h"
 
 #include <algorithm>
 #include <cctype>
@@ -53,24 +52,25 @@ unsigned char* word_at(cairo_surface_t* surface, std::size_t position)
         + position % display_width * sizeof(std::uint32_t);
 }
 
-void paint_stretched(cairo_t* context, const png_image& image)
+void paint_stretched(cairo_t* context, cairo_surface_t* image)
 {
     const double width = display_width;
     const double height = display_height;
-    cairo_scale(context, width / image.width, height / image.height);
-    cairo_set_source_surface(context, image.surface.get(), 0, 0);
+    cairo_scale(context, width / cairo_image_surface_get_width(image),
+        height / cairo_image_surface_get_height(image));
+    cairo_set_source_surface(context, image, 0, 0);
     cairo_pattern_set_extend(cairo_get_source(context), CAIRO_EXTEND_PAD); // no soft edges
     cairo_paint(context);
 }
 
 background stretched_picture(const std::string& path)
 {
-    const png_image image = load_png(path.c_str());
-    if (image.status != CAIRO_STATUS_SUCCESS)
-        return {.error = "cannot use the background " + path + ": " + cairo_status_to_string(image.status)};
+    const owned_surface image(cairo_image_surface_create_from_png(path.c_str()));
+    if (const cairo_status_t status = cairo_surface_status(image.get()); status != CAIRO_STATUS_SUCCESS)
+        return {.error = "cannot use the background " + path + ": " + cairo_status_to_string(status)};
     const canvas drawn = new_canvas(whole_display);
     fill(drawn.context.get(), whole_display, {.red = grey, .green = grey, .blue = grey, .alpha = 1});
-    paint_stretched(drawn.context.get(), image);
+    paint_stretched(drawn.context.get(), image.get());
     cairo_surface_flush(drawn.surface.get());
     background ground;
     for (std::size_t i = 0; i < display_pixels; ++i) {

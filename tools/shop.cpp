@@ -3,14 +3,14 @@
 #include "articles.h"
 #include "formatted.h"
 #include "handles.h"
-#include "resources.h"
+#include "services.h"
 #include "settings.h"
+#include "silence.h"
 #include "startup.h"
 #include "xml_file.h"
 
 #include <array>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <map>
 
@@ -65,11 +65,11 @@ std::string reason_to_drop(const item& article, const std::string& host, std::ui
     return kept == services_max ? formatted("%u articles of this host stand before it", services_max) : "";
 }
 
-/// What the filter by host will drop, while all articles are still there.
-void note_dropped(shop& found, const std::string& host)
+/// What the filter by host drops.
+void note_dropped(shop& found, const item* articles, const std::string& host)
 {
     std::uint32_t kept = 0;
-    for (const item* article = found.articles.get(); article != nullptr; article = article->next) {
+    for (const item* article = articles; article != nullptr; article = article->next) {
         const std::string reason = reason_to_drop(*article, host, kept);
         if (reason.empty())
             ++kept;
@@ -90,32 +90,20 @@ std::string hosts_of(const item* article)
     return list.empty() ? "none" : list;
 }
 
-void keep_host(shop& found)
+/// Reads all articles of the file once more, since the daemon forgets those of other hosts, and notes which
+/// these are. Returns the hosts that the file names.
+std::string check_hosts(shop& found, const std::string& article_file)
 {
-    const auto setting = text_setting(host_setting);
-    if (!setting)
+    const auto host = text_setting(host_setting);
+    if (!host)
         add(found.findings, severity::broken,
             formatted("%s is not set: no article is this host's", host_setting));
-    const std::string host(setting.value_or(""));
-    const std::string hosts = hosts_of(found.articles.get());
-    note_dropped(found, host);
-
-    item* first = found.articles.release();
-    found.shown =
-        static_cast<std::uint32_t>(PurgeDataBase(&first, setting ? host.c_str() : nullptr, services_max));
-    found.articles.reset(first);
-    if (found.shown == 0)
-        add(found.findings, severity::broken,
-            "no article for this host; the article file has these hosts: " + hosts);
-}
-
-/// The parser looked for them in the daemon's own directory.
-void find_logos(shop& found, const std::string& folder)
-{
-    for (item* article = found.articles.get(); article != nullptr; article = article->next) {
-        std::free(article->logo);
-        article->logo = find_logo(article->brand, folder);
-    }
+    const silence quiet(stderr); // the daemon's parser will say the same
+    item* const articles = ParseXMLInfostv(article_file.c_str());
+    note_dropped(found, articles, std::string(host.value_or("")));
+    std::string hosts = hosts_of(articles);
+    free_articles(articles);
+    return hosts;
 }
 
 void check_settings(shop& found)
@@ -129,43 +117,23 @@ void check_settings(shop& found)
 
 } // namespace
 
-void article_releaser::operator()(item* first) const
+shop load_shop(driver_state& state, const std::string& folder)
 {
-    while (first != nullptr) {
-        item* const next = first->next;
-        item_Delete(first);
-        std::free(first);
-        first = next;
-    }
-}
-
-void layout_releaser::operator()(layout_region* first) const
-{
-    while (first != nullptr) {
-        layout_region* const next = first->next;
-        std::free(first->name);
-        std::free(first->font);
-        std::free(first);
-        first = next;
-    }
-}
-
-shop load_shop(const std::string& folder)
-{
-    const std::string article_file = folder + "infostv.xml";
-    const std::string reference_file = folder + "referencieltv.xml";
-    const std::string layout_file = folder + "layout.xml";
     shop found;
     check_settings(found);
-    check_file(found, article_file);
-    found.articles.reset(ParseXMLInfostv(article_file.c_str()));
-    keep_host(found);
-    if (found.shown == 0)
+    check_file(found, folder + "infostv.xml");
+    const std::string hosts = check_hosts(found, folder + "infostv.xml");
+    {
+        const silence quiet(stdout);
+        state.multi_service_requested = true; // so that there is something to see, whatever the settings
+        load_services(state, folder);
+    }
+    if (state.service_count == 0) {
+        add(found.findings, severity::broken,
+            "no article for this host; the article file has these hosts: " + hosts);
         return found;
-    check_file(found, reference_file);
-    ParseXMLReferencieltv(reference_file.c_str(), found.articles.get());
-    find_logos(found, folder);
-    check_file(found, layout_file);
-    found.layout.reset(ParseXMLLayout(layout_file.c_str()));
+    }
+    check_file(found, folder + "referencieltv.xml");
+    check_file(found, folder + "layout.xml");
     return found;
 }

@@ -1,7 +1,5 @@
 #include "banner.h"
 
-#include "canvas.h"
-#include "image_painting.h"
 #include "resources.h"
 
 #include <algorithm>
@@ -17,8 +15,6 @@ constexpr rgba black{.red = 0, .green = 0, .blue = 0, .alpha = 1};
 constexpr const char* label_font = "Arial";
 constexpr double label_font_size = 40; ///< in pixels of the icon file
 constexpr std::uint32_t icon_slots = 8;
-constexpr std::size_t icon_path_size_bytes = 256;
-constexpr std::string_view icon_suffix = ".png";
 
 /// A part of an icon's width or height.
 struct fraction {
@@ -67,36 +63,21 @@ bool has(const item& article, const feature& wanted)
     return wanted.flag == nullptr ? text_of(article, wanted) != nullptr : article.*wanted.flag != 0;
 }
 
-void report_missing(std::string_view directory, const char* name, cairo_status_t status)
+const char* icon_of(const item& article, const feature& shown)
 {
-    std::fprintf(stderr, "Error: Cannot find image %.*s%s%s: %s\n", static_cast<int>(directory.size()),
-        directory.data(), name, icon_suffix.data(), cairo_status_to_string(status));
-}
-
-using icon_path_text = std::array<char, icon_path_size_bytes>;
-
-/// The zero-terminated path of an icon file; nothing when it does not fit.
-std::optional<icon_path_text> icon_path(std::string_view directory, std::string_view name)
-{
-    if (directory.size() + name.size() + icon_suffix.size() >= icon_path_size_bytes)
-        return std::nullopt;
-    icon_path_text path{};
-    auto* end = std::ranges::copy(directory, path.begin()).out;
-    end = std::ranges::copy(name, end).out;
-    std::ranges::copy(icon_suffix, end);
-    return path;
+    return shown.icon == nullptr ? text_of(article, shown) : shown.icon;
 }
 
 /// The column of icons while it grows.
 struct icon_column {
     cairo_t* context = nullptr;
     const region_format& format;
-    const image_source& icons;
+    const image_source& source;
     double cursor = 0; ///< rows of the icon files drawn so far
 };
 
 void write_label(
-    const icon_column& column, const label_layout& label, const char* text, const png_image& icon)
+    const icon_column& column, const label_layout& label, const char* text, const placed_image& icon)
 {
     set_colour(column.context, black);
     cairo_move_to(column.context, label.x * icon.width, column.cursor + label.y * icon.height);
@@ -104,51 +85,66 @@ void write_label(
     cairo_show_text(column.context, text);
 }
 
-[[nodiscard]] bool draw_icon(
-    icon_column& column, const feature& shown, const char* text, const png_image& icon)
+/// A label is written anew for every article, as all text is: see `AddTextSubtitle`.
+[[nodiscard]] bool draw_icon(icon_column& column, const feature& shown, const item& article,
+    const placed_image& icon, const char* path)
 {
     cairo_save(column.context);
-    if (!paint_scaled(column.context, icon))
+    if (!paint_image(column.context, icon, path))
         return false;
     if (shown.label)
-        write_label(column, *shown.label, text, icon);
+        write_label(column, *shown.label, text_of(article, shown), icon);
     column.cursor += icon.height;
     cairo_restore(column.context);
     return true;
 }
 
-/// Whether the column can go on: a missing icon does not end it.
-[[nodiscard]] bool draw_feature(icon_column& column, const feature& shown, const char* text)
+void report_missing(std::string_view folder, const char* name, cairo_status_t status)
 {
-    const char* name = shown.icon == nullptr ? text : shown.icon;
-    const auto path = icon_path(column.icons.icon_directory, name);
+    std::fprintf(stderr, "Error: Cannot find image %.*s%s.png: %s\n", static_cast<int>(folder.size()),
+        folder.data(), name, cairo_status_to_string(status));
+}
+
+/// Whether the column can go on: a missing icon does not end it.
+[[nodiscard]] bool draw_feature(icon_column& column, const feature& shown, const item& article)
+{
+    const auto& [folder, cache] = column.source;
+    const char* const name = icon_of(article, shown);
+    const auto path = picture_path(folder, name);
     const image_place place{.width = column.format.width,
         .height = column.format.height,
         .slots = icon_slots,
         .y = column.cursor};
-    const png_image icon = path ? load_png(path->data(), place, column.icons.cache)
-                                : png_image{.status = CAIRO_STATUS_FILE_NOT_FOUND};
+    const placed_image icon =
+        path ? load_image(path->data(), place, cache) : placed_image{.status = CAIRO_STATUS_FILE_NOT_FOUND};
     if (icon.status == CAIRO_STATUS_SUCCESS)
-        return draw_icon(column, shown, text, icon);
-    report_missing(column.icons.icon_directory, name, icon.status);
+        return draw_icon(column, shown, article, icon, path->data());
+    report_missing(folder, name, icon.status);
     return true;
 }
 
 [[nodiscard]] bool draw_features(icon_column& column, const item& article)
 {
     return std::ranges::all_of(features, [&](const feature& candidate) {
-        return !has(article, candidate) || draw_feature(column, candidate, text_of(article, candidate));
+        return !has(article, candidate) || draw_feature(column, candidate, article);
     });
 }
 
 } // namespace
 
-std::int32_t BuildFeaturesBanner(const region_format* format, const item* article, subpicture* display_set)
+icon_list icons_of(const item& article)
 {
-    return build_banner_with_icons(format, article, display_set, {.icon_directory = resources_directory});
+    static_assert(std::size(features) == std::tuple_size_v<icon_list>);
+    icon_list icons{};
+    std::size_t count = 0;
+    for (const feature& candidate : features) {
+        if (has(article, candidate))
+            icons[count++] = icon_of(article, candidate);
+    }
+    return icons;
 }
 
-std::int32_t build_banner_with_icons(
+std::int32_t BuildFeaturesBanner(
     const region_format* format, const item* article, subpicture* display_set, const image_source& icons)
 {
     if (format == nullptr || article == nullptr || display_set == nullptr || format->width == 0)
@@ -159,7 +155,7 @@ std::int32_t build_banner_with_icons(
     canvas drawn = new_canvas(*format);
     fill(drawn.context.get(), *format, black);
     select_font(drawn.context.get(), label_font, label_font_size);
-    icon_column column{.context = drawn.context.get(), .format = *format, .icons = icons};
+    icon_column column{.context = drawn.context.get(), .format = *format, .source = icons};
     if (!draw_features(column, *article))
         return drawing_failed;
     return AddSurfaceRegion(std::move(drawn.surface), std::move(drawn.context), *format, *display_set);

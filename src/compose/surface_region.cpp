@@ -1,6 +1,6 @@
 #include "surface_region.h"
 
-#include "reuse.h"
+#include "lists.h"
 
 #include <cstddef>
 #include <cstdio>
@@ -45,24 +45,6 @@ void convert(cairo_surface_t* surface, const picture& target)
         convert_line(row, target, static_cast<std::ptrdiff_t>(line) * target.planes[0].pitch);
 }
 
-digest digest_of(cairo_surface_t* surface)
-{
-    const auto height = static_cast<std::size_t>(cairo_image_surface_get_height(surface));
-    const auto stride_bytes = static_cast<std::size_t>(cairo_image_surface_get_stride(surface));
-    digest sum;
-    add_number(sum, stride_bytes);
-    add_bytes(sum, {cairo_image_surface_get_data(surface), stride_bytes * height});
-    return sum;
-}
-
-void append(subpicture& display_set, subpicture_region* region)
-{
-    subpicture_region** link = &display_set.regions;
-    while (*link != nullptr)
-        link = &(*link)->next;
-    *link = region;
-}
-
 } // namespace
 
 bool is_on_display(const region_format& format, const subpicture& display_set)
@@ -100,10 +82,7 @@ std::int32_t AddSurfaceRegion(
     }
     region->x = format.x;
     region->y = format.y;
-    if (display_set.known != nullptr)
-        region->coded = coded_region_for(*display_set.known, digest_of(surface.get()));
-    if (region->coded == nullptr || !region->coded->complete)
-        convert(surface.get(), *region->picture);
-    append(display_set, region);
+    convert(surface.get(), *region->picture);
+    append_record(&display_set.regions, region);
     return drawing_done;
 }

@@ -46,8 +46,7 @@ constexpr yuva yuva_of(std::uint32_t argb)
 
 /// The last step of every drawing operation: converts an ARGB32 surface of the format's size into a
 /// new region, at the format's position and at the end of the display set, which owns it. The surface
-/// and its context are released. A region whose like the display set knows as coded is not converted. A
-/// region without a pixel is left out. Fails when cairo could not make the surface and when there is no
-/// memory for the region.
+/// and its context are released. A region without a pixel is left out. Fails when cairo could not make the
+/// surface and when there is no memory for the region.
 [[nodiscard]] std::int32_t AddSurfaceRegion(
     owned_surface surface, owned_context context, const region_format& format, subpicture& display_set);

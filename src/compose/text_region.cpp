@@ -61,6 +61,11 @@ std::uint32_t clipped(double ink, std::uint32_t position, std::uint32_t limit)
     return static_cast<std::uint32_t>(std::max(truncated(ink), 0));
 }
 
+bool is_continuation(char byte)
+{
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80;
+}
+
 struct point {
     double x = 0;
     double y = 0;
@@ -86,6 +91,21 @@ void show_text(cairo_t* context, const text_style& style, const point& origin)
 
 } // namespace
 
+void set_text(text_style& style, std::string_view text)
+{
+    constexpr std::size_t longest_character = 4;
+    std::size_t length = std::min(text.size(), text_limit_bytes);
+    if (length < text.size()) {
+        std::size_t start = length; // of the character that the cut may go through
+        while (start > length - (longest_character - 1) && is_continuation(text[start]))
+            --start;
+        if (!is_continuation(text[start]))
+            length = start;
+    }
+    style.text.fill('\0');
+    std::copy_n(text.begin(), length, style.text.begin());
+}
+
 void getRegionAttributes(region_format& format, const layout_region& region)
 {
     format.width = static_cast<std::uint32_t>(region.width);
@@ -101,6 +121,10 @@ void getTextAttributes(text_style& style, const layout_region& region)
     style.font_size = region.size;
     style.font = region.font;
 }
+
+// Every text is drawn for itself, in the order of the articles and of their regions, and no drawing of a
+// text is ever used again for another: a font keeps its state, and a very small text (7 pixels, say) changes
+// how later ones are hinted. A text that were left out because its picture is known would change theirs.
 
 std::int32_t AddTextSubtitle(
     region_format* format, const text_style* style, subpicture* display_set, bool adjust)

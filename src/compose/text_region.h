@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 /// The longest text of a region, in bytes.
 inline constexpr std::size_t text_limit_bytes = 256;
@@ -22,6 +23,9 @@ struct text_style {
     std::array<char, text_limit_bytes + 1> text{}; ///< UTF-8, terminated
     const text_style* next = nullptr;              ///< only in a region of several texts
 };
+
+/// Copies at most the first 256 bytes of a text, and no part of a UTF-8 character, into the style.
+void set_text(text_style& style, std::string_view text);
 
 /// Copies the size and position of a layout region. A negative one becomes a very large one.
 void getRegionAttributes(region_format& format, const layout_region& region);

@@ -1,5 +1,6 @@
 #include "articles.h"
 
+#include "lists.h"
 #include "resources.h"
 #include "text.h"
 #include "xml_file.h"
@@ -12,39 +13,59 @@
 
 namespace {
 
+// What expat's handlers share during one parse. The status goes on from 2 with a number for each field.
+
+constexpr std::int32_t build_list = 0;
+constexpr std::int32_t merge_reference = 1;
+
+constexpr std::int32_t outside_article = 0; // also while an unknown article of the reference file lasts
+constexpr std::int32_t inside_article = 1;
+
+struct article_parser {
+    std::int32_t mode = build_list;
+    std::int32_t status = outside_article;
+    std::int32_t depth = 0;    ///< of the element being handled; the root element has depth 1
+    item* head = nullptr;      ///< first article: the list that grows, or the list to complete
+    item* current = nullptr;   ///< the article being filled; the last one of a list that grows
+    std::string_view folder{}; ///< of the file, up to its last slash: the logos lie beside it
+};
+
 // How one piece of character data goes into a field. Expat may hand over a text in several pieces;
 // where a field keeps the first one, what follows a line end or an escaped character is dropped.
 
 using text_member = char* item::*;
 using flag_member = std::uint8_t item::*;
 
-template <text_member text> void keep_first(item& article, std::string_view piece)
+template <text_member text> void keep_first(const article_parser& parser, std::string_view piece)
 {
-    if (article.*text == nullptr)
-        article.*text = copy_text(piece);
+    char*& kept = parser.current->*text;
+    if (kept == nullptr)
+        kept = copy_text(piece);
 }
 
-template <text_member text> void keep_first_lowered(item& article, std::string_view piece)
+template <text_member text> void keep_first_lowered(const article_parser& parser, std::string_view piece)
 {
-    if (article.*text != nullptr)
+    char*& kept = parser.current->*text;
+    if (kept != nullptr)
         return;
-    article.*text = copy_text(piece);
-    if (article.*text != nullptr)
-        std::transform(article.*text, article.*text + piece.size(), article.*text, ascii_lower);
+    kept = copy_text(piece);
+    if (kept != nullptr)
+        std::transform(kept, kept + piece.size(), kept, ascii_lower);
 }
 
-template <text_member text> void keep_first_count(item& article, std::string_view piece)
+template <text_member text> void keep_first_count(const article_parser& parser, std::string_view piece)
 {
     if (piece != "0")
-        keep_first<text>(article, piece);
+        keep_first<text>(parser, piece);
 }
 
-void keep_first_brand(item& article, std::string_view piece)
+void keep_first_brand(const article_parser& parser, std::string_view piece)
 {
+    item& article = *parser.current;
     if (article.brand != nullptr)
         return;
     article.brand = copy_text(piece);
-    article.logo = brandToLogo(article.brand);
+    article.logo = brandToLogo(article.brand, parser.folder);
 }
 
 template <flag_member flag> void raise_if(item& article, std::string_view piece, std::string_view word)
@@ -53,33 +74,31 @@ template <flag_member flag> void raise_if(item& article, std::string_view piece,
         article.*flag = 1;
 }
 
-void raise_tuner_hd(item& article, std::string_view piece)
+void raise_tuner_hd(const article_parser& parser, std::string_view piece)
 {
-    raise_if<&item::tuner_hd>(article, piece, "HD");
+    raise_if<&item::tuner_hd>(*parser.current, piece, "HD");
 }
 
-void raise_threeD_ready(item& article, std::string_view piece)
+void raise_threeD_ready(const article_parser& parser, std::string_view piece)
 {
-    raise_if<&item::threeD_ready>(article, piece, "READY");
+    raise_if<&item::threeD_ready>(*parser.current, piece, "READY");
 }
 
-void replace_ovu(item& article, std::string_view piece)
+void replace_ovu(const article_parser& parser, std::string_view piece)
 {
-    if (char* copy = copy_text(piece)) {
-        std::free(article.ovu);
-        article.ovu = copy;
-    }
+    replace_text(parser.current->ovu, piece);
 }
 
-void replace_channel(item& article, std::string_view piece)
+void replace_channel(const article_parser& parser, std::string_view piece)
 {
-    article.channel = parse_decimal(piece).value_or(article.channel);
+    std::int32_t& channel = parser.current->channel;
+    channel = parse_decimal(piece).value_or(channel);
 }
 
 struct field_element {
     std::string_view prefix; ///< of the element's name
     std::int32_t status = 0; ///< while the element lasts
-    void (*take)(item& article, std::string_view piece) = nullptr;
+    void (*take)(const article_parser& parser, std::string_view piece) = nullptr;
 };
 
 /// In the order in which a name is tried: `hdmi` begins with `hd` too.
@@ -128,10 +147,7 @@ void append_article(article_parser& parser, const attribute& first)
         std::fputs("calloc allocate memory\n", stderr);
         return;
     }
-    item** link = parser.current == nullptr ? &parser.head : &parser.current->next;
-    while (*link != nullptr)
-        link = &(*link)->next;
-    *link = article;
+    append_record(parser.current == nullptr ? &parser.head : &parser.current, article);
     parser.current = article;
     parser.status = inside_article;
     if (first.name.starts_with("code"))
@@ -172,21 +188,61 @@ void begin_field(article_parser& parser, std::string_view name)
     std::fputs("Invalid tag inside item\n", stderr);
 }
 
+// Expat's handlers
+
+void elemStart(void* user_data, const char* name, const char** attributes)
+{
+    auto& parser = *static_cast<article_parser*>(user_data);
+    ++parser.depth;
+    if (parser.status == outside_article)
+        begin_article(parser, name, first_attribute(attributes));
+    else if (parser.status == inside_article)
+        begin_field(parser, name);
+    else
+        std::fprintf(stderr, "Invalid parse status %d in elemStart\n", parser.status);
+}
+
+void elemEnd(void* user_data, const char* name)
+{
+    auto& parser = *static_cast<article_parser*>(user_data);
+    const std::string_view element = name;
+    const auto* field = field_of(parser.status);
+    if (field != nullptr && parser.depth == field_depth && element.starts_with(field->prefix))
+        parser.status = inside_article;
+    else if (parser.status == inside_article && parser.depth == article_depth
+        && element.starts_with(article_prefix))
+        parser.status = outside_article;
+    --parser.depth;
+}
+
+void getCharData(void* user_data, const char* text, int length)
+{
+    const auto& parser = *static_cast<const article_parser*>(user_data);
+    const auto* field = field_of(parser.status);
+    if (parser.current != nullptr && field != nullptr)
+        field->take(parser, {text, static_cast<std::size_t>(length)});
+}
+
+void parse_articles(const char* path, article_parser& parser)
+{
+    const std::string_view whole = path;
+    parser.folder = whole.substr(0, whole.rfind('/') + 1);
+    parse_xml_file(path,
+        {.user_data = &parser,
+            .start_element = elemStart,
+            .end_element = elemEnd,
+            .character_data = getCharData});
+}
+
+constexpr char* item::*owned_texts[] = {&item::code, &item::brand, &item::logo, &item::model, &item::price,
+    &item::type, &item::size, &item::hdmi, &item::usb, &item::hd, &item::warranty, &item::ovu};
+
 void remove_first(item** articles)
 {
     item* removed = *articles;
     *articles = removed->next;
     item_Delete(removed);
     std::free(removed);
-}
-
-void parse_articles(const char* path, article_parser& parser)
-{
-    parse_xml_file(path,
-        {.user_data = &parser,
-            .start_element = elemStart,
-            .end_element = elemEnd,
-            .character_data = getCharData});
 }
 
 } // namespace
@@ -220,35 +276,18 @@ void ParseXMLReferencieltv(const char* path, item* head)
     parse_articles(path, parser);
 }
 
-void elemStart(void* user_data, const char* name, const char** attributes)
+void free_articles(item* first)
 {
-    auto& parser = *static_cast<article_parser*>(user_data);
-    ++parser.depth;
-    if (parser.status == outside_article)
-        begin_article(parser, name, first_attribute(attributes));
-    else if (parser.status == inside_article)
-        begin_field(parser, name);
-    else
-        std::fprintf(stderr, "Invalid parse status %d in elemStart\n", parser.status);
+    while (first != nullptr)
+        remove_first(&first);
 }
 
-void elemEnd(void* user_data, const char* name)
+void item_Delete(item* article)
 {
-    auto& parser = *static_cast<article_parser*>(user_data);
-    const std::string_view element = name;
-    const auto* field = field_of(parser.status);
-    if (field != nullptr && parser.depth == field_depth && element.starts_with(field->prefix))
-        parser.status = inside_article;
-    else if (parser.status == inside_article && parser.depth == article_depth
-        && element.starts_with(article_prefix))
-        parser.status = outside_article;
-    --parser.depth;
-}
-
-void getCharData(void* user_data, const char* text, int length)
-{
-    const auto& parser = *static_cast<const article_parser*>(user_data);
-    const auto* field = field_of(parser.status);
-    if (parser.current != nullptr && field != nullptr)
-        field->take(*parser.current, {text, static_cast<std::size_t>(length)});
+    if (article == nullptr)
+        return;
+    for (const auto text : owned_texts) {
+        std::free(article->*text);
+        article->*text = nullptr;
+    }
 }

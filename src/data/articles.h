@@ -10,27 +10,11 @@
 // standard error may get "Invalid tag inside item\n" for any other element inside an article, and
 // "Invalid parse status %d in elemStart\n" for an element inside a field element.
 
-/// Values of `article_parser::mode`.
-inline constexpr std::int32_t build_list = 0;
-inline constexpr std::int32_t merge_reference = 1;
-
-/// Values of `article_parser::status`. Above them, each field element has its own.
-inline constexpr std::int32_t outside_article = 0;
-inline constexpr std::int32_t inside_article = 1;
-
-/// What the handlers share during one parse.
-struct article_parser {
-    std::int32_t mode = build_list;
-    std::int32_t status = outside_article; ///< also while an unknown article of the reference file lasts
-    std::int32_t depth = 0;                ///< of the element being handled; the root element has depth 1
-    item* head = nullptr;                  ///< first article: the list that grows, or the list to complete
-    item* current = nullptr;               ///< the article being filled; the last one of a list that grows
-};
-
 /// Reads an article file. Returns its articles in file order, each record made with `calloc` and all
 /// owned by the caller; null when the file cannot be read or holds none. After a parse error these
 /// are the articles up to the error. An article for which there is no memory is left out with
-/// "calloc allocate memory\n", a text likewise with "Cannot allocate memory\n".
+/// "calloc allocate memory\n", a text likewise with "Cannot allocate memory\n". Logos are looked for in the
+/// folder of the file.
 [[nodiscard]] item* ParseXMLInfostv(const char* path);
 
 /// Removes and frees the articles whose `ovu` is not exactly `host_name`, until `limit` articles are
@@ -43,8 +27,9 @@ struct article_parser {
 /// an empty list. The first article of a code is the one completed.
 void ParseXMLReferencieltv(const char* path, item* head);
 
-/// Expat's handlers. The user data is the `article_parser`, the attributes are names and values in
-/// turn up to a null name, the text is `length` bytes without a terminator.
-void elemStart(void* user_data, const char* name, const char** attributes);
-void elemEnd(void* user_data, const char* name);
-void getCharData(void* user_data, const char* text, int length);
+/// Frees a whole list with all that it owns: for programs that go on. The daemon keeps its articles.
+void free_articles(item* first);
+
+/// Releases every text that the article owns and leaves the members null; the record itself and
+/// the articles behind it stay the caller's. A null article does nothing.
+void item_Delete(item* article);

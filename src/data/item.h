@@ -22,7 +22,3 @@ struct item {
     char* ovu = nullptr;      ///< name of the device (host) that shows the article
     item* next = nullptr;
 };
-
-/// Releases every text that the article owns and leaves the members null; the record itself and
-/// the articles behind it stay the caller's. A null article does nothing.
-void item_Delete(item* article);

@@ -1,5 +1,6 @@
 #include "layout.h"
 
+#include "lists.h"
 #include "text.h"
 #include "xml_file.h"
 
@@ -11,15 +12,26 @@
 
 namespace {
 
+// What expat's handlers share during one parse.
+
+constexpr std::int32_t outside_region = 0;
+constexpr std::int32_t inside_region = 1;
+constexpr std::int32_t inside_text = 15;
+constexpr std::int32_t inside_image = 16;
+
+struct layout_parser {
+    std::int32_t status = outside_region;
+    std::int32_t depth = 0; ///< of the element being handled; the root element has depth 1
+    layout_region* head = nullptr;
+    layout_region* current = nullptr; ///< the region being filled, always the last of the list
+};
+
 // How the value of an attribute goes into its field. A later value replaces an earlier one; a
 // number without digits changes nothing.
 
 template <char* layout_region::*text> void take_text(layout_region& region, const char* value)
 {
-    if (char* copy = copy_text(value)) {
-        std::free(region.*text);
-        region.*text = copy;
-    }
+    replace_text(region.*text, value);
 }
 
 template <std::int32_t layout_region::*number> void take_number(layout_region& region, const char* value)
@@ -108,7 +120,7 @@ void read_attributes(layout_region& region, const element_rule& element, const c
         std::fputs("calloc allocate memory\n", stderr);
         return false;
     }
-    (parser.head == nullptr ? parser.head : parser.current->next) = region;
+    append_record(parser.head == nullptr ? &parser.head : &parser.current, region);
     parser.current = region;
     return true;
 }
@@ -129,26 +141,7 @@ void report_stray_element(std::int32_t status, const char* name)
         std::fprintf(stderr, "Invalid parse status %d in elemStart\n", status);
 }
 
-} // namespace
-
-layout_region* ParseXMLLayout(const char* path)
-{
-    layout_parser parser;
-    parse_xml_file(
-        path, {.user_data = &parser, .start_element = elemLayoutStart, .end_element = elemLayoutEnd});
-    return parser.head;
-}
-
-const layout_region* getRegionByName(const layout_region* head, const char* name)
-{
-    if (name == nullptr)
-        return nullptr;
-    for (const auto* region = head; region != nullptr; region = region->next) {
-        if (region->name != nullptr && std::string_view(region->name) == name)
-            return region;
-    }
-    return nullptr;
-}
+// Expat's handlers
 
 void elemLayoutStart(void* user_data, const char* name, const char** attributes)
 {
@@ -166,4 +159,36 @@ void elemLayoutEnd(void* user_data, const char* name)
     if (const auto* element = find_rule(parser, &element_rule::status, name))
         parser.status = element->parent_status;
     --parser.depth;
+}
+
+} // namespace
+
+layout_region* ParseXMLLayout(const char* path)
+{
+    layout_parser parser;
+    parse_xml_file(
+        path, {.user_data = &parser, .start_element = elemLayoutStart, .end_element = elemLayoutEnd});
+    return parser.head;
+}
+
+void free_layout(layout_region* first)
+{
+    while (first != nullptr) {
+        layout_region* const next = first->next;
+        std::free(first->name);
+        std::free(first->font);
+        std::free(first);
+        first = next;
+    }
+}
+
+const layout_region* getRegionByName(const layout_region* head, const char* name)
+{
+    if (name == nullptr)
+        return nullptr;
+    for (const auto* region = head; region != nullptr; region = region->next) {
+        if (region->name != nullptr && std::string_view(region->name) == name)
+            return region;
+    }
+    return nullptr;
 }

@@ -23,20 +23,6 @@ struct layout_region {
     layout_region* next = nullptr;
 };
 
-/// Values of `layout_parser::status`.
-inline constexpr std::int32_t outside_region = 0;
-inline constexpr std::int32_t inside_region = 1;
-inline constexpr std::int32_t inside_text = 15;
-inline constexpr std::int32_t inside_image = 16;
-
-/// What the handlers share during one parse.
-struct layout_parser {
-    std::int32_t status = outside_region;
-    std::int32_t depth = 0; ///< of the element being handled; the root element has depth 1
-    layout_region* head = nullptr;
-    layout_region* current = nullptr; ///< the region being filled, always the last of the list
-};
-
 /// Reads a layout file. Returns its regions, or null when the file cannot be read or holds none; after
 /// a parse error these are the regions up to the error. Besides the messages of `parse_xml_file`,
 /// standard error may get "calloc allocate memory\n" for a region that is left out,
@@ -45,11 +31,9 @@ struct layout_parser {
 /// or `image`, and "unknown attribut %s for element %s\n".
 [[nodiscard]] layout_region* ParseXMLLayout(const char* path);
 
+/// Frees a whole list with all that it owns: for programs that go on. The daemon keeps its layout.
+void free_layout(layout_region* first);
+
 /// The first region of the list from `head` on with exactly that name. Null when there is none, and
 /// for a null name.
 [[nodiscard]] const layout_region* getRegionByName(const layout_region* head, const char* name);
-
-/// Expat's handlers. The user data is the `layout_parser`, the attributes are names and values in turn
-/// up to a null name.
-void elemLayoutStart(void* user_data, const char* name, const char** attributes);
-void elemLayoutEnd(void* user_data, const char* name);

@@ -5,34 +5,23 @@
 #include <algorithm>
 #include <unistd.h>
 
-namespace {
-
-constexpr std::string_view logo_suffix = ".png";
-
-} // namespace
-
-std::optional<logo_path_text> logo_path(std::string_view brand, std::string_view directory)
+std::optional<picture_path_text> picture_path(std::string_view folder, std::string_view name)
 {
-    if (directory.size() + brand.size() + logo_suffix.size() >= logo_path_size_bytes)
+    constexpr std::string_view suffix = ".png";
+    if (folder.size() + name.size() + suffix.size() >= picture_path_size_bytes)
         return std::nullopt;
-    logo_path_text path{};
-    auto* end = std::ranges::copy(directory, path.begin()).out;
-    end = std::ranges::transform(brand, end, ascii_lower).out;
-    std::ranges::copy(logo_suffix, end);
+    picture_path_text path{};
+    auto* end = std::ranges::copy(folder, path.begin()).out;
+    end = std::ranges::copy(name, end).out;
+    std::ranges::copy(suffix, end);
     return path;
 }
 
-char* brandToLogo(const char* brand)
+char* brandToLogo(const char* brand, std::string_view folder)
 {
-    return find_logo(brand, resources_directory);
-}
-
-char* find_logo(const char* brand, std::string_view directory)
-{
-    if (brand == nullptr)
+    auto path = brand != nullptr ? picture_path(folder, brand) : std::nullopt;
+    if (!path)
         return nullptr;
-    const auto path = logo_path(brand, directory);
-    if (!path || access(path->data(), R_OK) != 0)
-        return nullptr;
-    return copy_text(path->data());
+    std::transform(path->begin() + folder.size(), path->end(), path->begin() + folder.size(), ascii_lower);
+    return access(path->data(), R_OK) == 0 ? copy_text(path->data()) : nullptr;
 }

@@ -1,40 +1,10 @@
 #include "text.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
-
-namespace {
-
-constexpr std::string_view white_space = " \t\n\v\f\r";
-constexpr std::int64_t lowest = std::numeric_limits<std::int64_t>::min();
-
-constexpr bool is_digit(char character)
-{
-    return character >= '0' && character <= '9';
-}
-
-/// Minus the number that the leading digits form, held within 64 bits. The negative half of the
-/// range is the larger one, so both signs can be read this way.
-constexpr std::int64_t negative_of_digits(std::string_view text)
-{
-    std::int64_t value = 0;
-    for (const char character : text) {
-        if (!is_digit(character))
-            break;
-        const std::int64_t digit = character - '0';
-        value = value < (lowest + digit) / 10 ? lowest : value * 10 - digit;
-    }
-    return value;
-}
-
-constexpr std::int64_t negate(std::int64_t value)
-{
-    return value == lowest ? std::numeric_limits<std::int64_t>::max() : -value;
-}
-
-} // namespace
 
 char* copy_text(std::string_view text)
 {
@@ -47,15 +17,26 @@ char* copy_text(std::string_view text)
     return copy;
 }
 
+void replace_text(char*& kept, std::string_view text)
+{
+    if (char* const copy = copy_text(text)) {
+        std::free(kept);
+        kept = copy;
+    }
+}
+
 std::optional<std::int32_t> parse_decimal(std::string_view text)
 {
-    text.remove_prefix(std::min(text.find_first_not_of(white_space), text.size()));
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
     const bool negative = text.starts_with('-');
-    if (negative || text.starts_with('+'))
+    if (text.starts_with('+') && !text.starts_with("+-")) // which from_chars does not know
         text.remove_prefix(1);
-    if (text.empty() || !is_digit(text.front()))
+    std::int64_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error == std::errc::invalid_argument)
         return std::nullopt;
-
-    const std::int64_t value = negative_of_digits(text);
-    return static_cast<std::int32_t>(negative ? value : negate(value));
+    using limits = std::numeric_limits<std::int64_t>;
+    if (error == std::errc::result_out_of_range)
+        value = negative ? limits::min() : limits::max();
+    return static_cast<std::int32_t>(value);
 }

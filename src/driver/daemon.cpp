@@ -3,7 +3,9 @@
 #include "bus.h"
 #include "insertion.h"
 #include "programming.h"
+#include "resources.h"
 #include "services.h"
+#include "startup.h"
 
 #include <cstdio>
 
@@ -54,14 +56,14 @@ void drive_device(driver_state& state)
 
 } // namespace
 
-int run_daemon(const char* version_file)
+int run_daemon()
 {
     if (output_is_ethernet())
         return exit_done;
 
-    if (auto state = start_up(version_file)) {
-        load_services(*state);
-        if (prepare_services(*state))
+    if (auto state = start_up(epld_version_file)) {
+        load_services(*state, resources_directory);
+        if (prepare_services(*state, resources_directory))
             drive_device(*state);
     }
     return exit_failed;

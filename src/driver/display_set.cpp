@@ -1,9 +1,7 @@
 #include "display_set.h"
 
-#include "banner.h"
-#include "image_region.h"
+#include "text_region.h"
 
-#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -15,7 +13,7 @@ constexpr const char* cannot_add_subtitle = "cannot add subtitle";
 /// One display set on the way, and what is used again for each of its regions.
 struct drawing {
     const layout_region* layout = nullptr;
-    image_source images{};
+    const image_source& images;
     subpicture* display_set = nullptr;
     region_format format{.chroma = chroma_yuva, .bits_per_pixel = bits_per_pixel};
     text_style style{};
@@ -27,11 +25,6 @@ bool reported(std::int32_t result, const char* message)
     if (result != 0)
         std::perror(message);
     return result == 0;
-}
-
-bool is_continuation(char byte)
-{
-    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80;
 }
 
 bool draw_text(drawing& page, const layout_region& region, const char* text)
@@ -56,51 +49,30 @@ bool draw_brand(drawing& page, const item& article)
         return draw_named_text(page, "brand", article.brand);
     getRegionAttributes(page.format, *region);
     return reported(
-        add_cached_image(&page.format, article.logo, page.display_set, region->keepRatio, page.images.cache),
+        AddImageSubtitle(&page.format, article.logo, page.display_set, region->keepRatio, page.images.cache),
         "cannot add image");
 }
 
 bool draw_banner(drawing& page, const item& article)
 {
-    page.format.width = 88;
-    page.format.height = 550;
-    page.format.x = 603;
-    page.format.y = 14;
+    page.format.width = banner_box.width;
+    page.format.height = banner_box.height;
+    page.format.x = banner_box.x;
+    page.format.y = banner_box.y;
     return reported(
-        build_banner_with_icons(&page.format, &article, page.display_set, page.images), cannot_add_subtitle);
+        BuildFeaturesBanner(&page.format, &article, page.display_set, page.images), cannot_add_subtitle);
 }
 
 } // namespace
 
-void set_text(text_style& style, std::string_view text)
-{
-    constexpr std::size_t longest_character = 4;
-    std::size_t length = std::min(text.size(), text_limit_bytes);
-    if (length < text.size()) {
-        std::size_t start = length; // of the character that the cut may go through
-        while (start > length - (longest_character - 1) && is_continuation(text[start]))
-            --start;
-        if (!is_continuation(text[start]))
-            length = start;
-    }
-    style.text.fill('\0');
-    std::copy_n(text.begin(), length, style.text.begin());
-}
-
-owned_subpicture draw_article(const item& article, const layout_region* layout,
-    std::string_view icon_directory, common_drawings* common)
+owned_subpicture draw_article(const item& article, const layout_region* layout, const image_source& images)
 {
     owned_subpicture display_set(subpicture_New(page_id, display_width, display_height));
     if (!display_set) {
         std::perror("cannot create Display Set\n");
         return nullptr;
     }
-    drawing page{
-        .layout = layout, .images = {.icon_directory = icon_directory}, .display_set = display_set.get()};
-    if (common != nullptr) {
-        page.images.cache = &common->images;
-        display_set->known = &common->regions;
-    }
+    drawing page{.layout = layout, .images = images, .display_set = display_set.get()};
     const bool drawn = draw_named_text(page, "model", article.model)
         && draw_named_text(page, "price", article.price) && draw_brand(page, article)
         && draw_banner(page, article) && draw_named_text(page, "warranty", article.warranty);

@@ -3,7 +3,7 @@
 #include "table_transfer.h"
 #include "tdt_tot.h"
 
-#include <limits>
+#include <initializer_list>
 #include <span>
 #include <unistd.h>
 
@@ -28,13 +28,12 @@ bool send_pes_packet(int fd, insertion_state& insertion, subtitle_stream& stream
     return true;
 }
 
-constexpr std::time_t refresh_interval_s = 20;
-constexpr std::time_t check_interval_s = 1;
+constexpr unsigned refresh_interval_s = 20;
+constexpr unsigned check_interval_s = 1;
 
-bool refresh_is_due(std::time_t last, std::time_t now)
+bool refresh_is_due(std::int64_t last_s, std::int64_t now_s)
 {
-    constexpr std::time_t last_followed = std::numeric_limits<std::time_t>::max() - refresh_interval_s;
-    return last <= last_followed && now >= last + refresh_interval_s;
+    return now_s >= last_s + refresh_interval_s;
 }
 
 /// Loads the section in the record, `length` bytes long, into the current slot.
@@ -49,6 +48,25 @@ bool load_section(int fd, std::uint32_t epld_version, insertion_state& insertion
         return false;
     insertion.current_slot = 1 - insertion.current_slot;
     return true;
+}
+
+/// Services are sent without a pause; after each cycle the time tables may be due.
+void insert_services(int fd, driver_state& state, insertion_state& insertion)
+{
+    while (run_streaming_cycle(fd, state, insertion)
+        && refresh_time_tables(fd, state.epld_version, insertion, std::time(nullptr))
+            != refresh_result::failed) { }
+}
+
+void insert_time_tables(int fd, std::uint32_t epld_version, insertion_state& insertion)
+{
+    for (;;) {
+        const refresh_result refresh = refresh_time_tables(fd, epld_version, insertion, std::time(nullptr));
+        if (refresh == refresh_result::failed)
+            return;
+        // A clock that was set back must not make the loop spin.
+        sleep(refresh == refresh_result::done ? refresh_interval_s : check_interval_s);
+    }
 }
 
 } // namespace
@@ -73,23 +91,18 @@ refresh_result refresh_time_tables(
         return refresh_result::not_due;
     insertion.last_time_refresh = now;
 
-    const bool loaded = load_section(fd, epld_version, insertion, create_tdt_table(insertion.table))
-        && load_section(fd, epld_version, insertion, create_tot_table(insertion.table));
-    return loaded ? refresh_result::done : refresh_result::failed;
+    for (const auto build : {create_tdt_table, create_tot_table}) {
+        const std::int32_t length = build(insertion.table);
+        if (!load_section(fd, epld_version, insertion, length))
+            return refresh_result::failed;
+    }
+    return refresh_result::done;
 }
 
 void insert_until_failure(int fd, driver_state& state, insertion_state& insertion)
 {
-    for (;;) {
-        if (state.multi_service && !run_streaming_cycle(fd, state, insertion))
-            return;
-        const refresh_result refresh =
-            refresh_time_tables(fd, state.epld_version, insertion, std::time(nullptr));
-        if (refresh == refresh_result::failed)
-            return;
-        // A clock that was set back must not make the loop spin.
-        if (!state.multi_service)
-            sleep(static_cast<unsigned>(
-                refresh == refresh_result::done ? refresh_interval_s : check_interval_s));
-    }
+    if (state.multi_service)
+        insert_services(fd, state, insertion);
+    else
+        insert_time_tables(fd, state.epld_version, insertion);
 }

@@ -3,6 +3,7 @@
 #include "eit.h"
 #include "nit_sdt.h"
 #include "pat_pmt.h"
+#include "pids.h"
 #include "protocol.h"
 #include "settings.h"
 #include "table_transfer.h"
@@ -11,15 +12,6 @@
 #include <cstdio>
 
 namespace {
-
-constexpr std::uint32_t pat_pid = 0;
-constexpr std::uint32_t nit_pid = 16;
-constexpr std::uint32_t sdt_pid = 17;
-constexpr std::uint32_t eit_pid = 18;
-constexpr std::uint32_t time_pid = 20; // TDT and TOT
-constexpr std::uint32_t first_pmt_pid = 256;
-constexpr std::int32_t audio_pid = 4352;
-constexpr std::int32_t first_subtitle_pid = 4368;
 
 /// Type bytes of a table slot: they carry the device's class for the table, one higher on the new
 /// generation.
@@ -33,7 +25,7 @@ constexpr table_type network_type{.old_generation = 0xA1, .new_generation = 0xB1
 
 struct table_slot {
     std::int32_t (*build)(dvb_table& table, const service_list& services) = nullptr;
-    std::uint32_t pid = 0;
+    std::uint16_t pid = 0;
     table_type type{};
 };
 
@@ -59,10 +51,10 @@ std::int32_t build_eit(dvb_table& table, const service_list& /*services*/)
 
 /// In the order of their slots. The PMTs, one for each service, follow.
 constexpr table_slot common_tables[] = {
-    {.build = build_sdt, .pid = sdt_pid, .type = service_type},
-    {.build = build_nit, .pid = nit_pid, .type = network_type},
-    {.build = build_pat, .pid = pat_pid, .type = program_type},
-    {.build = build_eit, .pid = eit_pid, .type = service_type},
+    {.build = build_sdt, .pid = pids::sdt, .type = service_type},
+    {.build = build_nit, .pid = pids::nit, .type = network_type},
+    {.build = build_pat, .pid = pids::pat, .type = program_type},
+    {.build = build_eit, .pid = pids::eit, .type = service_type},
 };
 
 /// The programming under way.
@@ -79,21 +71,21 @@ bool report_no_room()
     return false;
 }
 
-/// Whole packets are written, also where only the front of the last one counts. A section that no slot
-/// can take is not written at all.
-bool run_leaves_memory(std::uint32_t address, const dvb_table& table)
+/// Whole packets are written, also where only the front of the last one counts.
+bool has_room(std::uint32_t address, std::uint32_t packets)
 {
-    const std::uint32_t packets = packets_of_section(table.length);
-    return packets <= slot_packets_max && address > packet_memory_size - packets * packet_size;
+    return address <= packet_memory_size - packets * packet_size;
 }
 
 /// Writes the section in the record, `length` bytes long, into the next slot.
-bool program_table(programming& device, std::int32_t length, std::uint32_t pid, const table_type& type)
+bool load_table(programming& device, std::int32_t length, std::uint32_t pid, const table_type& type)
 {
     device.table.length = static_cast<std::uint32_t>(length);
     device.table.pid = pid;
     device.table.continuity_counter = 0;
-    if (run_leaves_memory(device.next.data_address, device.table))
+    // A section of more packets than a slot takes is refused by the transfer, which says so.
+    const std::uint32_t packets = packets_of_section(device.table.length);
+    if (packets <= slot_packets_max && !has_room(device.next.data_address, packets))
         return report_no_room();
 
     const std::int32_t written = write_slot(device.fd, device.epld_version, device.next,
@@ -108,7 +100,8 @@ bool program_table(programming& device, std::int32_t length, std::uint32_t pid, 
 bool program_common_tables(programming& device, const service_list& services)
 {
     return std::ranges::all_of(common_tables, [&](const table_slot& slot) {
-        return program_table(device, slot.build(device.table, services), slot.pid, slot.type);
+        const std::int32_t length = slot.build(device.table, services);
+        return load_table(device, length, slot.pid, slot.type);
     });
 }
 
@@ -117,11 +110,11 @@ bool program_pmts(programming& device, const driver_state& state, const service_
     for (std::uint32_t i = 0; i < services.count; ++i) {
         const auto program_number =
             static_cast<std::int32_t>(static_cast<std::uint32_t>(services.first_service_id) + i);
-        const std::int32_t subtitle_pid =
-            state.multi_service ? first_subtitle_pid + static_cast<std::int32_t>(i) : 0;
+        const auto subtitle_pid =
+            static_cast<std::int32_t>(state.multi_service ? pids::first_subtitle + i : 0);
         const std::int32_t length = create_pmt_table(device.table, program_number,
-            state.audio_enabled ? audio_pid : 0, state.audio_stream_type, subtitle_pid);
-        if (!program_table(device, length, first_pmt_pid + i, program_type))
+            state.audio_enabled ? pids::audio : 0, state.audio_stream_type, subtitle_pid);
+        if (!load_table(device, length, pids::first_pmt + i, program_type))
             return false;
     }
     return true;
@@ -194,6 +187,7 @@ std::int32_t write_slot(
     if (written < 0)
         return written;
     send_i2c_offset(fd, place.header_address);
+    // The header's format goes by the low 8 bits of the version, the packing of runs by all of them.
     send_i2c_header(fd, static_cast<std::uint8_t>(epld_version), type, place.data_address,
         static_cast<std::uint32_t>(written));
     return written;
@@ -218,7 +212,7 @@ std::optional<insertion_state> program_device(int fd, const driver_state& state)
     send_i2c_insert(fd, 1);
 
     insertion_state insertion{.table = device.table, .slots = *slots};
-    insertion.table.pid = time_pid;
+    insertion.table.pid = pids::time;
     insertion.table.continuity_counter = 0;
     return insertion;
 }

@@ -1,28 +1,14 @@
 #pragma once
 
-#include "dvb_table.h"
-#include "startup.h"
-#include "stream_transfer.h"
+#include "state.h"
 
-#include <array>
 #include <cstdint>
-#include <ctime>
 #include <optional>
 
 /// Where a slot lies in packet memory: byte addresses of its header and of its packet run.
 struct slot_place {
     std::uint32_t header_address = 0;
     std::uint32_t data_address = 0;
-};
-
-using stream_slot_pair = std::array<stream_slot, 2>;
-
-/// What the insertion loop goes on with when the device is programmed.
-struct insertion_state {
-    dvb_table table{}; ///< the TDT and TOT, with the continuity counter that they share
-    stream_slot_pair slots{};
-    std::uint32_t current_slot = 0;    ///< 0 or 1: the stream slot to fill next
-    std::time_t last_time_refresh = 0; ///< of the TDT and TOT, seconds since the epoch
 };
 
 /// Services that the tables announce: at least one.

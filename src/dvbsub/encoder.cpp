@@ -2,7 +2,6 @@
 
 #include "palette.h"
 #include "pixel_lines.h"
-#include "reuse.h"
 
 #include <algorithm>
 #include <array>
@@ -97,11 +96,22 @@ void end_pes_data_field(bit_writer& out, block& data, const subpicture& page)
     data.length = static_cast<std::uint32_t>(bs_pos(out) / 8);
 }
 
+void look_up_coded_regions(subpicture& page, const coded_regions& encoded)
+{
+    for (subpicture_region* region = page.regions; region != nullptr; region = region->next) {
+        region->drawn = digest_of(*region->picture);
+        region->coded = find_coded_region(encoded, region->drawn);
+    }
+}
+
 /// Converts the display set if need be. False, with a message, when it cannot be encoded.
-bool make_encodable(subpicture& page)
+bool make_encodable(const encoder& state, subpicture& page)
 {
     const subpicture_region& first = *page.regions;
-    if (first.chroma == chroma_yuva && YuvaYuvp(&page) == nullptr) {
+    const bool drawn = first.chroma == chroma_yuva;
+    if (drawn && state.encoded != nullptr)
+        look_up_coded_regions(page, *state.encoded);
+    if (drawn && YuvaYuvp(&page) == nullptr) {
         std::fputs("no picture in subpicture\n", stderr);
         return false;
     }
@@ -219,29 +229,28 @@ void write_clut(encoder& state, bit_writer& out, const palette& colours)
 std::span<const std::uint8_t> write_field(bit_writer& out, const subpicture_region& region, std::uint8_t top)
 {
     const std::int32_t begin = bs_pos(out);
-    if (region.coded != nullptr && region.coded->complete)
+    if (region.coded != nullptr)
         bs_write_bytes(out, region.coded->fields[top != 0 ? 0 : 1]);
     else
         encode_pixel_data(out, region, top);
     return {out.start + begin / 8, static_cast<std::size_t>(bytes_since(out, begin))};
 }
 
-/// For regions drawn like this one. A single field, or what the buffer's end may have cut, is of no use to
-/// them.
-void note_coded(const bit_writer& out, const subpicture_region& region, const coded_fields& fields)
+/// What the buffer's end may have cut, and a single field, are of no use to later regions.
+void keep_for_later(coded_regions& encoded, const bit_writer& out, const subpicture_region& region,
+    const coded_fields& fields)
 {
-    if (region.coded == nullptr || region.coded->complete || fields[1].data() == nullptr
-        || out.current == out.end)
+    if (region.coded != nullptr || out.current == out.end || fields[1].data() == nullptr)
         return;
+    coded_region kept{.pixels = region.drawn, .fields = fields};
     const auto colours = used_entries(*region.palette);
-    if (colours.size() != region.coded->colours.size())
+    if (colours.size() != kept.colours.size())
         return;
-    std::ranges::copy(colours, region.coded->colours.begin());
-    region.coded->fields = fields;
-    region.coded->complete = true;
+    std::ranges::copy(colours, kept.colours.begin());
+    insert_coded_region(encoded, kept);
 }
 
-void write_object_data(bit_writer& out, const subpicture_region& region)
+void write_object_data(encoder& state, bit_writer& out, const subpicture_region& region)
 {
     const std::int32_t lengths_position = bs_pos(out);
     bs_write(out, 32, 0); // top_field_data_block_length, bottom_field_data_block_length
@@ -250,7 +259,8 @@ void write_object_data(bit_writer& out, const subpicture_region& region)
         fields[1] = write_field(out, region, 0);
     store_length(out, lengths_position, static_cast<std::int32_t>(fields[0].size()));
     store_length(out, lengths_position + 16, static_cast<std::int32_t>(fields[1].size()));
-    note_coded(out, region, fields);
+    if (state.encoded != nullptr)
+        keep_for_later(*state.encoded, out, region, fields);
     bs_align_0(out);
     if (bs_pos(out) % 16 != 0)
         bs_write(out, 8, 0); // 8_stuff_bits: the block goes on at an even byte
@@ -266,7 +276,7 @@ void write_object(encoder& state, bit_writer& out, const subpicture_region& regi
     if (region.chroma != chroma_yuvp)
         std::fprintf(
             stderr, "FOURCC %d not supported by encoder.\n", static_cast<std::int32_t>(region.chroma));
-    write_object_data(out, region);
+    write_object_data(state, out, region);
 }
 
 } // namespace
@@ -278,7 +288,7 @@ encoder* OpenEncoder()
 
 block* Encode(encoder* state, subpicture* page)
 {
-    if (page == nullptr || page->regions == nullptr || !make_encodable(*page))
+    if (page == nullptr || page->regions == nullptr || !make_encodable(*state, *page))
         return nullptr;
     bit_writer out;
     block* const data = begin_pes_data_field(out, display_set_capacity);

@@ -2,6 +2,7 @@
 
 #include "bit_writer.h"
 #include "picture.h"
+#include "reuse.h"
 
 #include <cstdint>
 
@@ -18,6 +19,7 @@ struct encoder {
     std::int32_t clut_version = 0;
     std::int32_t region_size_count = 0;
     region_size* region_sizes = nullptr; ///< owned; one for each region that a page has announced
+    coded_regions* encoded = nullptr;    ///< borrowed: regions to use again, and to add to; null: none
 };
 
 /// An encoder for one display set and its refreshes. The caller owns it until `CloseEncoder`. Null

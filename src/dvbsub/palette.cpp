@@ -132,30 +132,10 @@ void pad_with_transparent(palette& colours)
     colours.entry_count = padded_entries;
 }
 
-bool convert(subpicture_region& region, std::uint8_t clut_id)
-{
-    auto* const colours = static_cast<palette*>(std::calloc(1, sizeof(palette)));
-    if (colours == nullptr)
-        return false;
-    colours->clut_id = clut_id;
-    std::free(region.palette);
-    region.palette = colours;
-    region.chroma = chroma_yuvp;
-
-    if (region.coded != nullptr && region.coded->complete) {
-        colours->entry_count = padded_entries;
-        std::ranges::copy(region.coded->colours, colours->entries.begin());
-        return true;
-    }
-    const bool exact = find_colours(*colours, *region.picture);
-    if (!map_pixels(*region.picture, *colours, exact))
-        return false;
-    pad_with_transparent(*colours);
-    return true;
-}
-
-} // namespace
-
+/// Collects into `colours`, whose `clut_id` stays, at most 16 colours that stand for those of the
+/// picture: the pixels are visited in a scattered order, and a colour farther than a tolerance from all
+/// before it is added. The tolerance is the smallest that needs less than 16 colours; when even 127
+/// needs more, its first 16 are taken. Returns whether these are all the colours that there are.
 bool find_colours(palette& colours, const picture& source)
 {
     const visiting_order order = scattered(source.planes[0]);
@@ -169,6 +149,30 @@ bool find_colours(palette& colours, const picture& source)
     }
     return count < palette_limit;
 }
+
+bool convert(subpicture_region& region, std::uint8_t clut_id)
+{
+    auto* const colours = static_cast<palette*>(std::calloc(1, sizeof(palette)));
+    if (colours == nullptr)
+        return false;
+    colours->clut_id = clut_id;
+    std::free(region.palette);
+    region.palette = colours;
+    region.chroma = chroma_yuvp;
+
+    if (region.coded != nullptr) {
+        colours->entry_count = padded_entries;
+        std::ranges::copy(region.coded->colours, colours->entries.begin());
+        return true;
+    }
+    const bool exact = find_colours(*colours, *region.picture);
+    if (!map_pixels(*region.picture, *colours, exact))
+        return false;
+    pad_with_transparent(*colours);
+    return true;
+}
+
+} // namespace
 
 subpicture* YuvaYuvp(subpicture* page)
 {

@@ -57,8 +57,11 @@ struct picture {
     std::uint32_t field_count = 0;   ///< lines from one to the next of the same field: 2
 };
 
+/// Stands for the pixels of a picture. 128 bits: two pictures with the same digest would show a viewer the
+/// wrong one, so they must not be met in practice. No defence against somebody who looks for them.
+using pixel_digest = std::array<std::uint64_t, 2>;
+
 struct coded_region;
-struct coded_regions;
 
 /// One rectangle of a display set.
 struct subpicture_region {
@@ -68,12 +71,16 @@ struct subpicture_region {
     std::uint32_t format_x = 0; ///< as the format gave it; the page is made from `x` and `y`
     std::uint32_t format_y = 0;
     std::uint32_t bits_per_pixel = 0;
-    ::palette* palette = nullptr;  ///< owned
-    ::picture* picture = nullptr;  ///< owned
-    coded_region* coded = nullptr; ///< borrowed, or null: shared by all regions drawn like this one
-    std::uint32_t x = 0;           ///< position on the display, pixels from the left; the caller sets it
-    std::uint32_t y = 0;           ///< position on the display, lines from the top; the caller sets it
+    ::palette* palette = nullptr; ///< owned
+    ::picture* picture = nullptr; ///< owned
+    std::uint32_t x = 0;          ///< position on the display, pixels from the left; the caller sets it
+    std::uint32_t y = 0;          ///< position on the display, lines from the top; the caller sets it
     subpicture_region* next = nullptr;
+
+    // Set by an encoder that uses coded regions again.
+    pixel_digest drawn{}; ///< of the picture before its conversion
+    const coded_region* coded =
+        nullptr; ///< borrowed: has been coded with these pixels; null: they are still to be
 };
 
 /// One display set: a page of ETSI EN 300 743.
@@ -83,7 +90,6 @@ struct subpicture {
     subpicture_region* regions = nullptr; ///< owned; region_id and object_id count along this list
     std::uint32_t width = 0;              ///< of the display, pixels
     std::uint32_t height = 0;             ///< of the display, lines
-    coded_regions* known = nullptr;       ///< borrowed, or null: regions that earlier display sets hold coded
 };
 
 /// The bytes of one PES_data_field, in the allocation of the record: one `free` releases both.

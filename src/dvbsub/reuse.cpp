@@ -6,28 +6,24 @@
 
 namespace {
 
-constexpr std::size_t word_bytes = sizeof(std::uint64_t);
-
 // Odd, and without a pattern: the fractions of the square roots of 2 and 3.
 constexpr std::uint64_t first_factor = 0x6A09E667F3BCC909;
 constexpr std::uint64_t second_factor = 0xBB67AE8584CAA73B;
 
-} // namespace
-
 // Each step is one to one in the state and in the number. A multiplication carries every bit up; the
 // rotations and shifts bring it down again, differently in the two words.
-void add_number(digest& sum, std::uint64_t number)
+void add_number(pixel_digest& sum, std::uint64_t number)
 {
-    auto& [first, second] = sum.words;
+    auto& [first, second] = sum;
     first = std::rotl(first ^ number, 29) * first_factor;
     first ^= first >> 32;
     second = (std::rotl(second, 37) + number) * second_factor;
     second ^= second >> 29;
 }
 
-void add_bytes(digest& sum, std::span<const std::uint8_t> bytes)
+void add_bytes(pixel_digest& sum, std::span<const std::uint8_t> bytes)
 {
-    add_number(sum, bytes.size());
+    constexpr std::size_t word_bytes = sizeof(std::uint64_t);
     for (; bytes.size() >= word_bytes; bytes = bytes.subspan(word_bytes)) {
         std::uint64_t word = 0;
         std::memcpy(&word, bytes.data(), word_bytes);
@@ -37,16 +33,26 @@ void add_bytes(digest& sum, std::span<const std::uint8_t> bytes)
         add_number(sum, byte);
 }
 
-coded_region* coded_region_for(coded_regions& known, const digest& source)
+} // namespace
+
+pixel_digest digest_of(const picture& source)
 {
-    coded_region* const end = known.regions.data() + known.count;
-    coded_region* const found = std::find_if(known.regions.data(), end,
-        [&source](const coded_region& candidate) { return candidate.source == source; });
-    if (found != end)
-        return found;
-    if (known.count == known.regions.size())
-        return nullptr;
-    ++known.count;
-    found->source = source;
-    return found;
+    pixel_digest sum{};
+    add_number(sum, std::uint64_t{source.format.width} << 32 | source.format.height);
+    const std::size_t plane_bytes = std::size_t{source.format.width} * source.format.height;
+    add_bytes(sum, {source.buffer, plane_total * plane_bytes});
+    return sum;
+}
+
+const coded_region* find_coded_region(const coded_regions& encoded, const pixel_digest& pixels)
+{
+    const auto regions = std::span(encoded.regions).first(encoded.count);
+    const auto found = std::ranges::find(regions, pixels, &coded_region::pixels);
+    return found == regions.end() ? nullptr : &*found;
+}
+
+void insert_coded_region(coded_regions& encoded, const coded_region& region)
+{
+    if (encoded.count < encoded.regions.size())
+        encoded.regions[encoded.count++] = region;
 }

@@ -7,40 +7,27 @@
 #include <cstdint>
 #include <span>
 
-/// Stands for bytes that are not kept. 128 bits: two different contents with the same digest would
-/// show a viewer the wrong picture, so they must not be met in practice. No defence against somebody
-/// who looks for them.
-struct digest {
-    std::array<std::uint64_t, 2> words{};
-
-    bool operator==(const digest&) const = default;
-};
-
-/// Makes `sum` the digest of what it stood for and these bytes. The digest depends on where the content
-/// is divided.
-void add_bytes(digest& sum, std::span<const std::uint8_t> bytes);
-
-/// The same with one number.
-void add_number(digest& sum, std::uint64_t number);
-
 /// The pixel data of an object: top and bottom field.
 using coded_fields = std::array<std::span<const std::uint8_t>, 2>;
 
-/// What became of a region in a display set: the colours and the pixel data of every region that was
-/// drawn alike. The pixel data lie in that display set's block.
+/// A region of a display set that has been encoded: what every region with the same pixels becomes.
 struct coded_region {
-    digest source{};       ///< of what was drawn, and its size
-    bool complete = false; ///< otherwise there is only the digest yet
+    pixel_digest pixels{}; ///< before their conversion to a palette
     std::array<palette_entry, 16> colours{};
-    coded_fields fields{};
+    coded_fields fields{}; ///< in the block of that display set
 };
 
-/// The regions of some display sets, whose blocks must outlive this record.
+/// Regions of display sets encoded one after the other. Their blocks must outlive this record.
 struct coded_regions {
     std::array<coded_region, 256> regions{}; ///< from the front on
     std::size_t count = 0;
 };
 
-/// The region drawn like that; if there is none, a new one, which the encoder will complete for the region
-/// that has it as its `coded`. Null when there is no room for one more.
-[[nodiscard]] coded_region* coded_region_for(coded_regions& known, const digest& source);
+/// The digest of a picture's size and its four planes.
+[[nodiscard]] pixel_digest digest_of(const picture& source);
+
+/// Looks up the region with those pixels. Null when there is none.
+[[nodiscard]] const coded_region* find_coded_region(const coded_regions& encoded, const pixel_digest& pixels);
+
+/// Inserts a region whose pixels are not among them yet. Without room it is left out.
+void insert_coded_region(coded_regions& encoded, const coded_region& region);

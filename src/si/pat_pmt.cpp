@@ -1,5 +1,6 @@
 #include "pat_pmt.h"
 
+#include "pids.h"
 #include "section.h"
 #include "settings.h"
 
@@ -8,11 +9,6 @@ namespace {
 constexpr std::uint32_t pat_table_id = 0x00;
 constexpr std::uint32_t pmt_table_id = 0x02;
 constexpr std::uint32_t subtitling_descriptor = 0x59;
-
-constexpr std::uint32_t network_pid = 16;
-constexpr std::uint32_t first_program_map_pid = 256;
-constexpr std::uint32_t pcr_pid = 4097;
-constexpr std::uint32_t video_pid = 4113;
 
 constexpr std::uint32_t h264_video = 0x1B;
 constexpr std::uint32_t private_pes_data = 0x06;
@@ -54,10 +50,10 @@ std::int32_t write_pat(std::span<std::uint8_t> out, const program_association& p
             .table_id_extension = programs.transport_stream_id,
             .version = 1});
     put_u16(section, 0); // program_number 0 stands for the network
-    put_pid(section, network_pid);
+    put_pid(section, pids::nit);
     for (std::uint32_t i = 0; i < programs.program_count; ++i) {
         put_u16(section, programs.first_program_number + i);
-        put_pid(section, first_program_map_pid + i);
+        put_pid(section, pids::first_pmt + i);
     }
     return end_section_with_crc(section);
 }
@@ -70,9 +66,9 @@ std::int32_t write_pmt(std::span<std::uint8_t> out, const program_streams& progr
             .kind = section_kind::program,
             .table_id_extension = static_cast<std::uint32_t>(program.program_number),
             .version = 16});
-    put_pid(section, pcr_pid);
+    put_pid(section, pids::pcr);
     end_length(section, begin_loop(section)); // no program descriptors
-    put_plain_stream(section, h264_video, video_pid);
+    put_plain_stream(section, h264_video, pids::video);
     if (program.audio_pid != 0)
         put_plain_stream(section, program.audio_stream_type, static_cast<std::uint32_t>(program.audio_pid));
     if (program.subtitle_pid != 0)

@@ -27,7 +27,7 @@ struct Banner : testing::Test {
         const item& article, const region_format& format = yuva_format(88, 550, 603, 14)) const
     {
         return outcome_of([&](subpicture* set) {
-            return build_banner_with_icons(&format, &article, set, {.icon_directory = directory});
+            return BuildFeaturesBanner(&format, &article, set, {.folder = directory});
         });
     }
 };
@@ -82,9 +82,9 @@ TEST_F(Banner, FailsWithItsMessage)
     const auto format = yuva_format(88, 550);
     const item article{.type = led};
     const auto set = outcome().display_set;
-    EXPECT_EQ(BuildFeaturesBanner(nullptr, &article, set.get()), -1);
-    EXPECT_EQ(BuildFeaturesBanner(&format, nullptr, set.get()), -1);
-    EXPECT_EQ(BuildFeaturesBanner(&format, &article, nullptr), -1);
+    EXPECT_EQ(BuildFeaturesBanner(nullptr, &article, set.get(), {}), -1);
+    EXPECT_EQ(BuildFeaturesBanner(&format, nullptr, set.get(), {}), -1);
+    EXPECT_EQ(BuildFeaturesBanner(&format, &article, nullptr, {}), -1);
     EXPECT_EQ(build(article, yuva_format(0, 550)).report, "-1");
     EXPECT_EQ(build(article, yuva_format(88, 550, 0, 577)).report, "-1: Error: Region out of display\n");
     EXPECT_EQ(build(article, yuva_format(88, 0)).report,

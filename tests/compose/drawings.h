@@ -1,7 +1,7 @@
 #pragma once
 
-#include "capture.h"
 #include "canvas.h"
+#include "capture.h"
 #include "picture.h"
 #include "surface_region.h"
 #include "temporary.h"

@@ -2,7 +2,6 @@
 
 #include "canvas.h"
 #include "drawings.h"
-#include "reuse.h"
 
 #include <gtest/gtest.h>
 #include <utility>
@@ -27,21 +26,6 @@ TEST(SurfaceRegion, NeedsASurfaceAndMemory)
         "-1: Error: Cannot draw region of 10x10 pixels: "
         "invalid value (typically too big) for the size of the input (surface, pattern, etc.)\n");
     EXPECT_EQ(report(1, 0xFFFFFFFF), "-1: Error: Cannot allocate region of 4294967295x4294967295 pixels\n");
-}
-
-/// Both are of one colour and of 200 pixels; the third is the first again.
-TEST(SurfaceRegion, IsKnownByItsShapeToo)
-{
-    coded_regions known;
-    const auto set = outcome().display_set;
-    set->known = &known;
-    for (const auto& format : {yuva_format(20, 10), yuva_format(10, 20), yuva_format(20, 10)}) {
-        canvas blank = new_canvas(format);
-        EXPECT_EQ(AddSurfaceRegion(std::move(blank.surface), std::move(blank.context), format, *set), 0);
-    }
-    const subpicture_region& first = *set->regions;
-    EXPECT_NE(first.coded, first.next->coded);
-    EXPECT_EQ(first.coded, first.next->next->coded);
 }
 
 } // namespace

@@ -120,4 +120,30 @@ TEST(MultiTextRegion, DrawsAsManyTextsAsTold)
     EXPECT_EQ(add_two(3, too_long), "KW 0 200x100+40+30: Error: Text exceeds 256 characters\n");
 }
 
+const std::string euro = "\xE2\x82\xAC";
+
+const struct {
+    const char* what;
+    std::string text;
+    std::size_t length;
+} texts[] = {
+    {"exactly 256 bytes", std::string(256, 'a'), 256},
+    {"longer", std::string(300, 'a'), 256},
+    {"cut behind the first byte of a character", std::string(255, 'a') + euro, 255},
+    {"cut before its last byte", std::string(254, 'a') + euro, 254},
+    {"a character ends at the cut", std::string(253, 'a') + euro + "b", 256},
+    {"four bytes, cut before the last", std::string(253, 'a') + "\xF0\x9F\x93\xBA", 253},
+    {"characters without end", std::string(300, '\x82'), 256},
+};
+
+TEST(TextRegion, CutsATextAtACharacterWithin256Bytes)
+{
+    for (const auto& [what, text, length] : texts) {
+        text_style style{};
+        style.text.fill('x');
+        set_text(style, text);
+        EXPECT_EQ(std::string(style.text.data()), text.substr(0, length)) << what;
+    }
+}
+
 } // namespace

@@ -1,8 +1,7 @@
-#include "image_cache.h"
+#include "image.h"
 
 #include "banner.h"
 #include "drawings.h"
-#include "image_region.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -40,22 +39,22 @@ void write_noise(const std::string& path, std::minstd_rand& numbers)
     ASSERT_EQ(cairo_surface_write_to_png(surface.get(), path.c_str()), CAIRO_STATUS_SUCCESS);
 }
 
-struct ImageCache : testing::Test {
+struct Image : testing::Test {
     temporary_folder folder{};
     const std::string directory = folder.path.string() + "/";
     image_cache cache{};
 
-    /// Draws with the cache, which must change neither the picture nor the messages.
-    void draw_image(const std::string& path, bool keep_ratio = true)
+    static outcome add(region_format format, const std::string& path, bool keep_ratio, image_cache* used)
     {
-        const auto drawn = [&](image_cache* used) {
-            auto format = yuva_format(60, keep_ratio ? 0 : 25);
-            return outcome_of([&](subpicture* set) {
-                return add_cached_image(&format, path.c_str(), set, keep_ratio, used);
-            });
-        };
-        const auto with = drawn(&cache);
-        const auto without = drawn(nullptr);
+        return outcome_of(
+            [&](subpicture* set) { return AddImageSubtitle(&format, path.c_str(), set, keep_ratio, used); });
+    }
+    /// Draws with the cache, which must change neither the picture nor the messages.
+    void draw(const std::string& path, bool keep_ratio = true)
+    {
+        const auto format = yuva_format(60, keep_ratio ? 0 : 25);
+        const auto with = add(format, path, keep_ratio, &cache);
+        const auto without = add(format, path, keep_ratio, nullptr);
         EXPECT_EQ(with.report, without.report);
         EXPECT_TRUE(pixels_of(with) == pixels_of(without)) << with.report;
     }
@@ -68,21 +67,66 @@ struct ImageCache : testing::Test {
     }
 };
 
-TEST_F(ImageCache, ChangesNoPictureAndNoMessage)
+TEST_F(Image, IsStretchedToItsRegionOrKeepsItsRatio)
+{
+    const auto path = write_png(folder, "image.png", 20, 10, "RBr.");
+    const auto added = add(yuva_format(30, 45), path, false, nullptr);
+    EXPECT_EQ(added.report, "0 30x45+40+30");
+    EXPECT_EQ(letters_of(added, 7, 2), "Rr");
+    EXPECT_EQ(letters_of(added, 22, 2), "B.");
+
+    const auto report = [&](std::uint32_t width, int image_width, int image_height) {
+        const auto image = write_png(folder, "ratio.png", image_width, image_height, "GGGG");
+        return add(yuva_format(width, 0), image, true, nullptr).report;
+    };
+    EXPECT_EQ(report(90, 200, 100), "0 90x45+40+30");
+    EXPECT_EQ(report(100, 3, 2), "0 100x66+40+30");
+    EXPECT_EQ(report(90, 1000, 1), "0: Empty region of 90x0 pixels at (40,30) left out\n");
+}
+
+TEST_F(Image, CannotBeMadeOfAFileCutOff)
+{
+    const auto content = read_file(write_png(folder, "whole.png", 20, 10, "RBr."));
+    for (std::size_t kept = 0; kept < content.size(); ++kept) {
+        const auto path = write_file(folder, "cut.png", content.substr(0, kept));
+        const auto report = add(yuva_format(60, 40), path, false, &cache).report;
+        EXPECT_TRUE(report.starts_with("-1: Error: Cannot render image " + path + ": ")) << kept << report;
+    }
+}
+
+TEST_F(Image, FailsWithItsMessage)
+{
+    auto format = yuva_format(60, 40);
+    const auto set = outcome().display_set;
+    EXPECT_EQ(AddImageSubtitle(nullptr, "/none", set.get(), true, nullptr), -1);
+    EXPECT_EQ(AddImageSubtitle(&format, nullptr, set.get(), true, nullptr), -1);
+    EXPECT_EQ(AddImageSubtitle(&format, "/none", nullptr, true, nullptr), -1);
+    EXPECT_EQ(add(yuva_format(0, 40), "/none", true, nullptr).report, "-1");
+    EXPECT_EQ(add(yuva_format(60, 0), "/none", false, nullptr).report, "-1");
+    EXPECT_EQ(
+        add(yuva_format(1, 1, 721), "/none", false, nullptr).report, "-1: Error: Region out of display\n");
+    EXPECT_EQ(add(format, "/none", false, nullptr).report,
+        "-1: Error: Cannot render image /none: file not found\n");
+}
+
+TEST_F(Image, IsTheSameFromTheCache)
 {
     for (const char* quarters : {"..rR", "r.BR"}) { // the second in the place of the first
-        const auto path = write_png(folder, "logo.png", 20, 10, quarters);
+        std::filesystem::rename(write_png(folder, "new.png", 20, 10, quarters), directory + "logo.png");
         for (const bool keep_ratio : {true, false, true})
-            draw_image(path, keep_ratio);
+            draw(directory + "logo.png", keep_ratio);
     }
+    EXPECT_EQ(std::ranges::count(cache.images, std::size_t{0}, &scaled_image::size_bytes), 64 - 2 * 2);
     write_file(folder, "text.png", "no picture");
     write_file(folder, "empty.png", "");
     std::filesystem::create_directory(directory + "folder.png");
-    for (const char* name : {"none.png", "text.png", "empty.png", "folder.png", "logo.png/logo.png"})
-        draw_image(directory + name);
+    std::filesystem::create_symlink("/dev/zero", directory + "endless.png");
+    for (const char* name :
+        {"none.png", "text.png", "empty.png", "folder.png", "logo.png/logo.png", "endless.png"})
+        draw(directory + name);
 }
 
-TEST_F(ImageCache, ChangesNoBanner)
+TEST_F(Image, IsTheSameFromTheCacheOnABanner)
 {
     std::minstd_rand numbers(3);
     char type[] = "led";
@@ -90,8 +134,7 @@ TEST_F(ImageCache, ChangesNoBanner)
     const auto banner = [&](const item& article, image_cache* used) {
         const auto format = yuva_format(88, 550);
         return pixels_of(outcome_of([&](subpicture* set) {
-            return build_banner_with_icons(
-                &format, &article, set, {.icon_directory = directory, .cache = used});
+            return BuildFeaturesBanner(&format, &article, set, {.folder = directory, .cache = used});
         }));
     };
     for (int round = 0; round < 40; ++round) {
@@ -110,44 +153,33 @@ TEST_F(ImageCache, ChangesNoBanner)
     }
 }
 
-TEST_F(ImageCache, ReadsAnImageAgainButKeepsItOnce)
-{
-    const auto path = write_png(folder, "logo.png", 30, 20, "RGBW");
-    draw_image(path);
-    std::filesystem::copy(path, directory + "copy.png");
-    draw_image(directory + "copy.png");
-    EXPECT_EQ(kept_size_bytes(), 4 * 60 * 40);
-    draw_image(path, false);
-    EXPECT_EQ(kept_size_bytes(), 4 * 60 * (40 + 25)) << "at another place";
-}
-
-TEST_F(ImageCache, LeavesOutLargeRegions)
+TEST_F(Image, IsNotKeptInALargeRegion)
 {
     const auto path = write_png(folder, "logo.png", 2, 2, "RGBW");
     for (const std::uint32_t width : {257U, 256U}) { // times 256 lines of four bytes each
         EXPECT_EQ(kept_size_bytes(), 0U);
-        auto format = yuva_format(width, 256);
-        const auto set = outcome().display_set;
-        EXPECT_EQ(add_cached_image(&format, path.c_str(), set.get(), false, &cache), 0);
+        EXPECT_TRUE(add(yuva_format(width, 256), path, false, &cache).report.starts_with("0"));
     }
     EXPECT_EQ(kept_size_bytes(), cached_region_limit_bytes);
 }
 
-TEST_F(ImageCache, DropsWhatHasNotBeenUsedForLongest)
+TEST_F(Image, IsDroppedWhenItHasNotBeenUsedForLongest)
 {
-    const auto keep = [&](std::uint64_t key, std::size_t size_bytes) {
-        return keep_image(cache, {.key = {{key, 0}}, .size_bytes = size_bytes}) != nullptr;
+    const auto keep = [&](std::uint64_t inode, std::size_t size_bytes) {
+        insert_image(cache, {.file = {.inode = inode}, .size_bytes = size_bytes});
     };
-    const auto is_there = [&](std::uint64_t key) { return find_image(cache, {{key, 0}}) != nullptr; };
+    const auto is_there = [&](std::uint64_t inode) {
+        return find_image(cache, {.inode = inode}, {}) != nullptr;
+    };
     constexpr std::size_t third = image_cache_limit_bytes / 3;
-    EXPECT_TRUE(keep(1, third) && keep(2, third) && keep(3, third));
+    for (const std::uint64_t inode : {1U, 2U, 3U})
+        keep(inode, third);
     EXPECT_TRUE(is_there(1));
-    EXPECT_TRUE(keep(4, third));
+    keep(4, third);
     EXPECT_TRUE(is_there(1) && is_there(3) && is_there(4));
     EXPECT_FALSE(is_there(2));
-    EXPECT_FALSE(keep(5, image_cache_limit_bytes + 1));
-    for (std::uint64_t key = 10; key < 10 + cache.images.size(); ++key)
-        EXPECT_TRUE(keep(key, 1));
+    for (std::uint64_t inode = 10; inode < 10 + cache.images.size(); ++inode)
+        keep(inode, 1);
     EXPECT_TRUE(is_there(10));
     EXPECT_FALSE(is_there(4));
 }
