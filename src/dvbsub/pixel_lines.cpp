@@ -106,29 +106,26 @@ constexpr bit_string run_8bit(pixel_run run)
     return string;
 }
 
-/// The bits of a run of one length in every colour: those of colour 0, or without the colour, and what
-/// each unit of the colour adds.
-struct run_bits {
-    std::uint32_t bits = 0;
-    std::uint16_t per_colour = 0;
-    std::uint8_t count = 0;
+/// The bits of a run of one length: in colour 0, and in the others with zeros for the colour, wherever it
+/// stands in them. Colour c puts c times `colour_places` there.
+struct run_entry {
+    bit_string colourless{};
+    bit_string coloured{};
+    std::uint32_t colour_places = 0;
 };
 
-/// By length, and for colour 0 and the others.
-template <std::size_t longest> using run_table = std::array<std::array<run_bits, 2>, longest + 1>;
+/// By length.
+template <std::size_t longest> using run_table = std::array<run_entry, longest + 1>;
 
 template <std::size_t longest> consteval run_table<longest> tabulate(bit_string (*string_of)(pixel_run))
 {
     run_table<longest> table{};
     for (std::uint32_t length = 1; length <= longest; ++length) {
-        for (const std::uint32_t colour : {0U, 1U}) {
-            const bool coloured = colour != 0;
-            const auto base = string_of({.length = length, .coloured = coloured, .colour = 0});
-            const auto next = string_of({.length = length, .coloured = coloured, .colour = colour});
-            table[length][colour] = {.bits = base.bits,
-                .per_colour = static_cast<std::uint16_t>(next.bits - base.bits),
-                .count = static_cast<std::uint8_t>(base.count)};
-        }
+        const bit_string zeros = string_of({.length = length, .coloured = true, .colour = 0});
+        const bit_string ones = string_of({.length = length, .coloured = true, .colour = 1});
+        table[length] = {.colourless = string_of({.length = length}),
+            .coloured = zeros,
+            .colour_places = ones.bits - zeros.bits};
     }
     return table;
 }
@@ -139,7 +136,7 @@ constexpr auto runs_8bit = tabulate<127>(run_8bit);
 
 /// How the lines of one depth are coded.
 struct code_string {
-    std::span<const std::array<run_bits, 2>> runs;
+    std::span<const run_entry> runs;
     std::uint32_t colour_mask = 0;
     std::int32_t end_code_bits = 0; ///< all of them zero
 };
@@ -201,8 +198,11 @@ inline std::size_t run_length(std::span<const std::uint8_t> pixels, std::size_t 
 
 template <const code_string& code> void put_run(line_writer& line, std::uint8_t colour, std::size_t length)
 {
-    const run_bits& run = code.runs[length][colour != 0 ? 1 : 0];
-    put(line, run.count, run.bits + (colour & code.colour_mask) * run.per_colour);
+    const auto& [colourless, coloured, colour_places] = code.runs[length];
+    if (colour == 0)
+        put(line, colourless.count, colourless.bits);
+    else
+        put(line, coloured.count, coloured.bits + (colour & code.colour_mask) * colour_places);
 }
 
 /// A line of no pixels is its end code alone.
