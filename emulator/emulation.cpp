@@ -1,5 +1,7 @@
 #include "emulation.h"
 
+#include "judge.h"
+
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>

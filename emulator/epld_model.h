@@ -28,19 +28,13 @@ enum class violation_kind : std::uint8_t {
     tables_not_deleted,    ///< insertion switched on over what was in memory before
     control_bits_changed,  ///< other bits of register 0 than that of insertion
 };
+inline constexpr std::size_t violation_kinds =
+    static_cast<std::size_t>(violation_kind::control_bits_changed) + 1;
 
 struct violation {
     violation_kind kind = violation_kind::unknown_register;
     std::uint32_t where = 0; ///< register number or packet-memory address
     std::int64_t time_us = 0;
-};
-
-/// A slot of the header table, decoded.
-struct device_slot {
-    std::uint8_t type = 0;
-    std::uint32_t address = 0; ///< of its first packet
-    std::uint32_t packets = 0;
-    std::uint32_t last_packet_size = 0; ///< bytes of its last packet that count
 };
 
 struct epld_model {
@@ -71,7 +65,7 @@ struct epld_model {
     bool streams_turn = false;        ///< tables and stream slots take turns when both have a packet
     std::array<std::uint8_t, 8192> table_counters{}; ///< continuity counter of each PID's tables
 
-    /// What the daemon did wrong: how often, and the first times.
+    /// What the daemon did wrong, as the judge notes it: how often, and the first times.
     std::uint32_t violation_count = 0;
     std::array<violation, 16> violations{};
 };
@@ -86,12 +80,6 @@ struct epld_model {
     epld_model& device, std::uint8_t register_number, std::span<const std::uint8_t> bytes);
 [[nodiscard]] bool device_read_block(
     epld_model& device, std::uint8_t register_number, std::span<std::uint8_t> bytes);
-
-/// Notes something that the daemon did wrong, at the device's present time.
-void report_violation(epld_model& device, violation_kind kind, std::uint32_t where);
-
-/// The slot at an index of the header table; type 0 behind the last one.
-[[nodiscard]] device_slot slot_at(const epld_model& device, std::uint32_t index);
 
 /// The earliest time at which the device has a packet to send: `now_us` or later, `never` while
 /// insertion is off.

@@ -29,6 +29,7 @@ constexpr const char* violation_texts[] = {
     "insertion switched on without deleting the tables first",
     "other bits of register 0 changed than that of insertion",
 };
+static_assert(std::size(violation_texts) == violation_kinds, "a text for each kind");
 
 [[gnu::format(printf, 2, 3)]] void add(std::string& text, const char* format, ...)
 {

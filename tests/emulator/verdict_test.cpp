@@ -1,3 +1,4 @@
+#include "judge.h"
 #include "report.h"
 #include "temporary.h"
 
