@@ -3,16 +3,16 @@
 # make them, qemu runs them and writes a line for each instruction. Takes ten minutes. Usage: bench/count-arm.sh
 . "$(dirname "$0")/../scripts/common.sh"
 
-need_packages "${build_packages[@]}" libbenchmark-dev fonts-liberation g++-arm-linux-gnueabi g++-arm-linux-gnueabihf qemu-user
+need_packages "${build_packages[@]}" fonts-liberation g++-arm-linux-gnueabi g++-arm-linux-gnueabihf qemu-user
 
 build bench
 work=$(mktemp -d)
 trap 'rm -r "$work"' EXIT
-build/bench/bin/dump_pictures "$work" || fail "the pictures cannot be written"
+build/bench/bin/measure dump "$work" || fail "the pictures cannot be written"
 
 # Instructions of the kernel in an operation.
 count() {
-    qemu-arm -singlestep -d exec,nochain "$work/kernel" "$1" "$work/$2" "$3" 2>&1 | grep -c '^Trace'
+    qemu-arm -singlestep -d exec,nochain "$work/kernels" "$1" "$work/$2" "$3" 2>&1 | grep -c '^Trace'
 }
 
 row() {
@@ -26,15 +26,15 @@ table() {
     local title=$1 compiler=$2 begin
     shift 2
     "$compiler" -std=c++20 -O3 -DNDEBUG -fno-exceptions "$@" -Isrc/dvbsub -Isrc/data -Ibench/plain -static \
-        src/dvbsub/*.cpp bench/plain/*.cpp bench/kernel.cpp -o "$work/kernel" || fail "$compiler cannot build the kernels"
+        src/dvbsub/*.cpp bench/plain/*.cpp bench/kernels.cpp bench/kernels_main.cpp -o "$work/kernels" || fail "$compiler cannot build the kernels"
     printf '\n%s\n%-24s %12s %12s %7s\n' "$title" "" plain ours ratio
     for picture in banner text photograph artwork; do
-        begin=$(count load "$picture" fast)
+        begin=$(count none "$picture" fast)
         row "conversion of $picture" $(($(count convert "$picture" plain) - begin)) \
             $(($(count convert "$picture" fast) - begin))
     done
-    begin=$(count palettise banner fast)
-    row "pixel coding, segments" $(($(count encode banner plain) - begin)) $(($(count encode banner fast) - begin))
+    begin=$(count convert banner fast)
+    row "pixel coding of banner" $(($(count code banner plain) - begin)) $(($(count code banner fast) - begin))
 }
 
 table "ARMv5TE, no vectors, no floating-point unit" arm-linux-gnueabi-g++ -march=armv5te

@@ -4,17 +4,17 @@
 # this machine. Usage: bench/count.sh
 . "$(dirname "$0")/../scripts/common.sh"
 
-need_packages "${build_packages[@]}" libbenchmark-dev valgrind fonts-liberation
+need_packages "${build_packages[@]}" valgrind fonts-liberation
 
 # What is measured, the ratio to reach without and with vectors, and the arguments of the program.
 rows=(
-    "conversion of a banner, 88 x 550|0.45|0.22|counted convert banner"
-    "conversion of a text region, 300 x 60|0.18|0.18|counted convert text"
-    "conversion of a photograph, 88 x 550|0.85|0.40|counted convert photograph"
-    "conversion of flat artwork, 88 x 550|0.05|0.05|counted convert artwork"
-    "pixel coding and segments of the banner|0.30|0.30|counted encode banner"
-    "forty articles, texts and logos differ|0.45|0.38|counted prepare different"
-    "forty articles with much in common|0.25|0.22|counted prepare shared"
+    "conversion of a banner, 88 x 550|0.45|0.22|measure convert banner"
+    "conversion of a text region, 300 x 60|0.18|0.18|measure convert text"
+    "conversion of a photograph, 88 x 550|0.85|0.40|measure convert photograph"
+    "conversion of flat artwork, 88 x 550|0.05|0.05|measure convert artwork"
+    "pixel coding of the banner|0.30|0.30|measure code banner"
+    "forty articles, texts and logos differ|0.45|0.38|measure prepare different"
+    "forty articles with much in common|0.25|0.22|measure prepare shared"
 )
 
 # Builds the programs into build/count-NAME with more arguments for cmake.
@@ -23,7 +23,7 @@ build_counted() {
     shift
     mkdir -p build
     { cmake -S . -B "build/count-$name" -G Ninja -DCMAKE_BUILD_TYPE=Release -DTSINSERTD_TESTS=OFF -DTSINSERTD_BENCH=ON "$@" &&
-        ninja -C "build/count-$name" counted cycle make_shop; } >"$log" 2>&1 || fail "build/count-$name does not build: see $log"
+        ninja -C "build/count-$name" measure; } >"$log" 2>&1 || fail "build/count-$name does not build: see $log"
 }
 
 # Instructions of one program run that are spent in functions named counted_work, but not in ioctl.
@@ -55,7 +55,7 @@ build_counted baseline
 build_counted core -DTSINSERTD_KERNEL_FLAGS=-mgeneral-regs-only
 vectors=native
 build_counted vectors "-DCMAKE_CXX_FLAGS=-march=$vectors"
-if ! { valgrind -q --tool=none build/count-vectors/bin/counted convert text fast; } >/dev/null 2>&1; then
+if ! { valgrind -q --tool=none build/count-vectors/bin/measure convert text fast; } >/dev/null 2>&1; then
     say "valgrind does not know all instructions of this machine: x86-64-v3 (AVX2) stands in for it"
     vectors=x86-64-v3
     build_counted vectors "-DCMAKE_CXX_FLAGS=-march=$vectors"
@@ -69,9 +69,9 @@ table vectors 2 "vectors of the machine (-march=$vectors)"
 
 shop=$(mktemp -d)
 trap 'rm -r "$shop"' EXIT
-build/count-baseline/bin/make_shop "$shop" shared
-sent=$(build/count-baseline/bin/cycle "$shop" | tail -n 1)
-awk -v sent="$sent" -v instructions="$(count build/count-baseline/bin/cycle "$shop")" 'BEGIN {
+build/count-baseline/bin/measure shop "$shop" shared
+sent=$(build/count-baseline/bin/measure cycle "$shop" | tail -n 1)
+awk -v sent="$sent" -v instructions="$(count build/count-baseline/bin/measure cycle "$shop")" 'BEGIN {
     split(sent, words, " ")
     printf "\nstreaming cycle of forty services: %s, %.0f instructions for each packet\n", sent, instructions / words[1]
 }'

@@ -1,11 +1,32 @@
 #pragma once
 
+#include "canvas.h"
 #include "handles.h"
 #include "picture.h"
 
 #include <memory>
 #include <span>
 #include <string_view>
+
+/// Icon files are twice as wide as the banner.
+inline constexpr int icon_width = 176;
+inline constexpr int icon_height = 137;
+
+inline constexpr int logo_width = 320;
+inline constexpr int logo_height = 96;
+
+struct badge {
+    const char* label = "";
+    rgba top;
+    rgba bottom;
+};
+
+/// A badge shaded from corner to corner on black, with a gloss, a rim, a disc and its label, all
+/// antialiased.
+void draw_icon(cairo_t* context, const badge& drawn);
+
+/// The same in the shape of a brand's logo, on nothing.
+void draw_logo(cairo_t* context, const badge& drawn);
 
 using drawn_page = std::unique_ptr<subpicture, releaser<subpicture_Delete>>;
 

@@ -1,8 +1,8 @@
 #include "shop_services.h"
 
 #include "display_set.h"
-#include "plain_encoder.h"
-#include "plain_palette.h"
+#include "encoder.h"
+#include "plain_conversion.h"
 #include "services.h"
 
 #include <cstdlib>
@@ -23,11 +23,12 @@ prepared_shop load_shop(const std::string& folder)
     return state;
 }
 
+/// Without regions of earlier articles, and converted plainly.
 void encode_plainly(subtitle_stream& stream, subpicture& display_set)
 {
     encoder* const opened = OpenEncoder();
     require(opened != nullptr && plain::YuvaYuvp(&display_set) != nullptr);
-    stream.display_set = plain::Encode(opened, &display_set);
+    stream.display_set = Encode(opened, &display_set);
     stream.refresh = EncodeRefreshDisplaySet(opened, &display_set);
     require(stream.display_set != nullptr && stream.refresh != nullptr);
     CloseEncoder(opened);

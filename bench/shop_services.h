@@ -15,5 +15,5 @@ using prepared_shop = std::unique_ptr<driver_state, shop_releaser>;
 /// Prepares the services as the daemon does, up to the releaser: a daemon never ends.
 [[nodiscard]] prepared_shop prepare_shop(const std::string& folder);
 
-/// The same with every picture decoded, drawn and converted for itself, by the plain form.
+/// The same with every picture decoded, drawn and encoded for itself, and converted by the plain form.
 [[nodiscard]] prepared_shop prepare_shop_plainly(const std::string& folder);

@@ -1,6 +1,6 @@
 #include "shops.h"
 
-#include "badges.h"
+#include "pictures.h"
 
 #include <cstdio>
 #include <cstdlib>

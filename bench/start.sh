@@ -3,14 +3,14 @@
 # emulated device, up to the first second of insertion. Usage: bench/start.sh [different|shared]
 . "$(dirname "$0")/../scripts/common.sh"
 
-need_packages "${build_packages[@]}" libbenchmark-dev valgrind fonts-liberation
+need_packages "${build_packages[@]}" valgrind fonts-liberation
 
 kind=${1:-shared}
 build bench
 bin=$PWD/build/bench/bin
 work=$(mktemp -d)
 trap 'rm -r "$work"' EXIT
-"$bin/make_shop" "$work" "$kind" || fail "usage: bench/start.sh [different|shared]"
+"$bin/measure" shop "$work" "$kind" || fail "usage: bench/start.sh [different|shared]"
 
 # The emulator starts this in the daemon's place, so that only the daemon is counted.
 cat >"$work/counted-daemon" <<END
@@ -29,10 +29,11 @@ phases=(
     "dynamic linking|_dl_start "
     "XML files and the look for logos|load_services"
     "services: from articles to blocks|prepare_services"
-    "  reading and decoding PNG files|load_png"
-    "  scaling and painting them|paint_scaled"
+    "  reading, decoding and scaling PNG files|load_image"
+    "  painting them|paint_image"
     "  texts, with all of fontconfig|cairo_show_text"
     "  conversion of surfaces to planes|AddSurfaceRegion"
+    "  digests of regions|digest_of"
     "  search for the palettes|find_colours"
     "  mapping with error diffusion|map_pixels"
     "  segments and pixel data|encode_object"

@@ -88,39 +88,41 @@ void take_regions(subpicture& page, std::span<const std::uint8_t> input)
     }
 }
 
-std::vector<pixel_copy> copies_of(const subpicture& page)
+/// What the regions of a page that is to be converted must become.
+std::vector<plain::colour_reduction> reductions_of(const subpicture& page)
 {
-    std::vector<pixel_copy> copies;
-    for (const auto* region = page.regions; region != nullptr; region = region->next)
-        copies.push_back(copy_of(*region->picture));
-    return copies;
+    std::vector<plain::colour_reduction> reductions;
+    if (page.regions != nullptr && page.regions->chroma == chroma_yuva)
+        for (const auto* region = page.regions; region != nullptr; region = region->next)
+            reductions.push_back(plain::reduce_colours(*region));
+    return reductions;
 }
 
-void check_conversion(const subpicture& page, const std::vector<pixel_copy>& before)
+void check_conversion(const subpicture& page, const std::vector<plain::colour_reduction>& expected)
 {
     std::uint8_t clut_id = 1;
-    std::size_t i = 0;
-    for (const auto* region = page.regions; region != nullptr; region = region->next, ++i) {
-        const auto expected = convert_plainly(before[i]);
+    const auto* region = page.regions;
+    for (const auto& reduction : expected) {
         require(region->chroma == chroma_yuvp && region->palette->clut_id == clut_id++);
-        require(region->palette->entry_count == static_cast<std::int32_t>(expected.entries.size()));
-        require(std::ranges::equal(expected.entries, std::span(region->palette->entries).first(16)));
+        std::array<palette_entry, 16> colours{};
+        std::ranges::copy(reduction.palette, colours.begin());
+        require(region->palette->entry_count == 16);
+        require(std::ranges::equal(colours, std::span(region->palette->entries).first(16)));
         require(std::ranges::equal(
-            expected.indices, std::span(region->picture->planes[0].pixels, expected.indices.size())));
+            reduction.indices, std::span(region->picture->planes[0].pixels, reduction.indices.size())));
+        region = region->next;
     }
 }
 
 /// Twice, since the second display set goes on with the versions of the first.
 void encode(encoder& state, subpicture& page)
 {
-    const auto before = copies_of(page);
-    const bool converts = page.regions != nullptr && page.regions->chroma == chroma_yuva;
+    const auto expected = reductions_of(page);
     for (int round = 0; round < 2; ++round) {
         const owned_block display_set(Encode(&state, &page));
         if (!display_set)
             return;
-        if (converts && round == 0)
-            check_conversion(page, before);
+        check_conversion(page, expected);
         check_display_set(*display_set, page);
         const owned_block refresh(EncodeRefreshDisplaySet(&state, &page));
         if (refresh)

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::uint32_t display_set_capacity = 64000;
 constexpr std::size_t problems_shown = 3;
-constexpr std::int64_t largest_level = 255; ///< no two colours are farther apart
+constexpr std::int32_t largest_level = 255; ///< no two colours are farther apart
 
 void add(finding_list& findings, severity level, std::string text)
 {
@@ -34,7 +34,7 @@ std::vector<screen_region> describe(const subpicture& drawn, const std::vector<e
             .y = region->y,
             .width = region->width,
             .height = region->height,
-            .colours = reduce_colours(pixels_of(*region))});
+            .colours = plain::reduce_colours(*region)});
     return regions;
 }
 

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "banner.h"
-#include "colour_reduction.h"
 #include "finding.h"
 #include "item.h"
 #include "layout.h"
+#include "plain_conversion.h"
 #include "reuse.h"
 #include "stream_transfer.h"
 #include "subtitle_decoder.h"
@@ -20,7 +20,7 @@ struct screen_region {
     std::uint32_t y = 0;
     std::uint32_t width = 0; ///< pixels
     std::uint32_t height = 0;
-    colour_reduction colours{};
+    plain::colour_reduction colours{};
 };
 
 /// What becomes of an article.

@@ -25,7 +25,7 @@ std::string counted(std::uint64_t number, const char* thing)
 
 std::string region_line(const screen_region& region)
 {
-    const colour_reduction& colours = region.colours;
+    const plain::colour_reduction& colours = region.colours;
     return formatted("    %-9s %4u,%-4u %5ux%-5u %9s > %-2zu %9d %14s\n", region.name.c_str(), region.x,
         region.y, region.width, region.height, grouped(colours.colours_before).c_str(),
         colours.palette.size(), colours.tolerance,

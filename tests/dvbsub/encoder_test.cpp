@@ -3,6 +3,7 @@
 #include "allocation_fakes.h"
 #include "capture.h"
 #include "pages.h"
+#include "palette.h"
 #include "subtitle_segments.h"
 
 #include <gmock/gmock.h>
@@ -106,20 +107,32 @@ TEST(Encoder, CountsVersionsAcrossSegmentsAndDisplaySets)
 
 TEST(Encoder, RefusesWhatItCannotEncode)
 {
-    EXPECT_EQ(EncodeRefreshDisplaySet(encoder_owner(OpenEncoder()).get(), nullptr), nullptr);
-    EXPECT_EQ(Encode(encoder_owner(OpenEncoder()).get(), nullptr), nullptr);
+    const encoder_owner state(OpenEncoder());
     const page_owner page = new_page();
-    const auto refused = [&] { EXPECT_EQ(display_set_of(*page), nullptr); };
-    EXPECT_EQ(stderr_of(refused), "");
-    EXPECT_EQ(EncodeRefreshDisplaySet(encoder_owner(OpenEncoder()).get(), page.get()), nullptr);
+    const auto refused = [&] { EXPECT_EQ(block_owner(Encode(state.get(), page.get())), nullptr); };
+    EXPECT_EQ(stderr_of(refused), "") << "an empty page";
+    EXPECT_EQ(EncodeRefreshDisplaySet(state.get(), page.get()), nullptr);
+    EXPECT_EQ(Encode(state.get(), nullptr), nullptr);
+    EXPECT_EQ(EncodeRefreshDisplaySet(state.get(), nullptr), nullptr);
+    EXPECT_EQ(YuvaYuvp(nullptr), nullptr);
 
     auto& region = add_indexed_region(*page, 1, 8, {0});
     EXPECT_EQ(stderr_of(refused), "subpicture palette (8) not handled\n");
     region.chroma = chroma_code("RGBA");
     EXPECT_EQ(stderr_of(refused), "chroma not supported\n");
-    region.chroma = chroma_yuva;
-    const watched_allocation watch(1);
-    EXPECT_EQ(stderr_of(refused), "no picture in subpicture\n");
+}
+
+TEST(Encoder, CountsClutIdsFromOneAndTakesRegionsWithoutPixels)
+{
+    const page_owner page = new_page();
+    for (std::uint32_t i = 0; i < 257; ++i)
+        add_region(*page, i % 2, 1 - i % 2);
+    ASSERT_NE(YuvaYuvp(page.get()), nullptr);
+    std::uint8_t expected = 1;
+    for (const auto* region = page->regions; region != nullptr; region = region->next) {
+        EXPECT_EQ(region->palette->clut_id, expected++);
+        EXPECT_THAT(region->palette->entries, testing::Each(palette_entry{}));
+    }
 }
 
 TEST(Encoder, TakesLaterRegionsOfAnyKind)
@@ -189,11 +202,12 @@ TEST(Encoder, NeedsAllItsMemory)
         const encoder_owner fresh(OpenEncoder());
         block_owner display_set;
         block_owner refresh;
-        (void)stderr_of([&] {
+        const std::string errors = stderr_of([&] {
             const watched_allocation watch(n);
             display_set.reset(Encode(state.get(), page.get()));
         });
         EXPECT_EQ(display_set != nullptr, n == 7) << n;
+        EXPECT_EQ(errors, n < 4 ? "no picture in subpicture\n" : "") << n;
         const watched_allocation watch(n);
         refresh.reset(EncodeRefreshDisplaySet(fresh.get(), page.get()));
         EXPECT_EQ(refresh != nullptr, n > 2) << n;

@@ -25,7 +25,7 @@ memory_use measure(std::size_t articles, const std::vector<std::string>& options
     const temporary_folder folder;
     write_shop(folder, static_cast<int>(articles));
     run_request request = shop_run(folder, options);
-    request.program = PLAIN_DAEMON;
+    request.program = BARE_DAEMON;
     request.settings.emplace_back("LD_PRELOAD", "libmemusage.so");
     request.settings.emplace_back(
         "MEMUSAGE_PROG_NAME", request.program.substr(request.program.rfind('/') + 1));

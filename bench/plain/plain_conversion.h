@@ -6,15 +6,13 @@
 #include <cstdint>
 #include <vector>
 
-/// The pixels of a "YUVA" region, line after line.
-struct yuva_image {
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-    std::vector<palette_entry> pixels{};
-};
+// The conversion to a palette step by step, one pixel after the other and with no thought of speed, for
+// regions below a thousand million pixels: what `YuvaYuvp` has to give to the byte, and what its speed is
+// compared with.
 
-/// A copy of the region's pixels, before they are converted.
-yuva_image pixels_of(const subpicture_region& region);
+namespace plain {
+
+[[nodiscard]] subpicture* YuvaYuvp(subpicture* page);
 
 /// How a region comes down to a palette of at most 16 colours.
 struct colour_reduction {
@@ -23,9 +21,10 @@ struct colour_reduction {
     std::int32_t tolerance = 0; ///< how far from an entry the colours that it stands for may lie, 0 to 127
     bool tolerance_sufficed = false;     ///< whether the palette stands for every colour so
     std::vector<std::uint8_t> indices{}; ///< of the pixels, with the error diffused
-    std::int64_t largest_error = 0;      ///< handed on from one pixel to the next, in levels of a component
+    std::int32_t largest_error = 0;      ///< carried from one pixel to the next, in levels of a component
 };
 
-/// Reduces the image as the encoder does, apart from the encoder's own code: to measure what it does
-/// not tell, and to hold the result against its.
-colour_reduction reduce_colours(const yuva_image& image);
+/// Reduces a "YUVA" region, which stays as it is, and measures what the conversion does not tell.
+[[nodiscard]] colour_reduction reduce_colours(const subpicture_region& region);
+
+} // namespace plain

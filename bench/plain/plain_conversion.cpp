@@ -1,8 +1,9 @@
-#include "plain_palette.h"
+#include "plain_conversion.h"
 
+#include <algorithm>
 #include <array>
-#include <cstdint>
 #include <cstdlib>
+#include <set>
 
 namespace plain {
 namespace {
@@ -73,13 +74,15 @@ bool is_complete_with(palette& colours, const picture& source, std::int32_t step
     return true;
 }
 
-void find_colours(palette& colours, const picture& source)
+/// Returns the tolerance that sufficed, or one more than the largest.
+std::int32_t find_colours(palette& colours, const picture& source)
 {
     const std::int32_t step = visiting_step(source.planes[0].lines, source.planes[0].pitch);
     for (std::int32_t tolerance = 0; tolerance <= largest_tolerance; ++tolerance) {
         if (is_complete_with(colours, source, step, tolerance))
-            return;
+            return tolerance;
     }
+    return largest_tolerance + 1;
 }
 
 std::size_t nearest(const palette& colours, const components& wanted)
@@ -98,25 +101,27 @@ std::size_t nearest(const palette& colours, const components& wanted)
     return best;
 }
 
-/// `errors` holds one entry for each column, all zero.
-void map_pixels(const picture& target, const palette& colours, components* errors)
+/// Tells `take` of each pixel, with its entry and the error that it leaves to the next. `errors` holds one
+/// entry for each column, all zero.
+template <typename taker>
+void map_pixels(const picture& source, const palette& colours, components* errors, taker take)
 {
-    const auto [pixels, lines, pitch] = target.planes[0];
+    const auto [pixels, lines, pitch] = source.planes[0];
     for (std::int32_t line = 0; line < lines; ++line) {
         components carry{};
         for (std::int32_t column = 0; column < pitch; ++column) {
             const std::int32_t pixel = line * pitch + column;
             components& error = errors[column];
-            components wanted = colour_at(target, pixel);
+            components wanted = colour_at(source, pixel);
             for (std::size_t k = 0; k < plane_total; ++k)
                 wanted[k] += error[k] + carry[k];
             const std::size_t j = nearest(colours, wanted);
-            pixels[pixel] = static_cast<std::uint8_t>(j);
             for (std::size_t k = 0; k < plane_total; ++k) {
                 const std::int32_t missed = wanted[k] - colours.entries[j][k];
                 error[k] = 3 * missed / 8;
                 carry[k] = 5 * missed / 8;
             }
+            take(pixel, static_cast<std::uint8_t>(j), carry);
         }
     }
 }
@@ -140,10 +145,21 @@ bool convert(subpicture_region& region, std::uint8_t clut_id)
     auto* const errors = static_cast<components*>(std::calloc(columns + 1, sizeof(components)));
     if (errors == nullptr)
         return false;
-    map_pixels(*region.picture, *region.palette, errors);
+    map_pixels(*region.picture, *region.palette, errors,
+        [&](std::int32_t pixel, std::uint8_t index, const components& /*carry*/) {
+            region.picture->planes[0].pixels[pixel] = index;
+        });
     std::free(errors);
     pad_with_transparent(*region.palette);
     return true;
+}
+
+std::size_t count_colours(const picture& source)
+{
+    std::set<components> colours;
+    for (std::int32_t pixel = 0; pixel < source.planes[0].lines * source.planes[0].pitch; ++pixel)
+        colours.insert(colour_at(source, pixel));
+    return colours.size();
 }
 
 } // namespace
@@ -158,6 +174,26 @@ subpicture* YuvaYuvp(subpicture* page)
             return nullptr;
     }
     return page;
+}
+
+colour_reduction reduce_colours(const subpicture_region& region)
+{
+    const picture& source = *region.picture;
+    palette colours;
+    colour_reduction result{.colours_before = count_colours(source)};
+    const std::int32_t tolerance = find_colours(colours, source);
+    result.tolerance = std::min(tolerance, largest_tolerance);
+    result.tolerance_sufficed = tolerance <= largest_tolerance;
+    result.palette.assign(colours.entries.begin(), colours.entries.begin() + colours.entry_count);
+
+    std::vector<components> errors(region.width);
+    map_pixels(source, colours, errors.data(),
+        [&](std::int32_t /*pixel*/, std::uint8_t index, const components& carry) {
+            result.indices.push_back(index);
+            for (const std::int32_t part : carry)
+                result.largest_error = std::max(result.largest_error, std::abs(part));
+        });
+    return result;
 }
 
 } // namespace plain
