@@ -5,8 +5,8 @@
 #include "plain_conversion.h"
 #include "plain_pixel_lines.h"
 
+#include <array>
 #include <cstdlib>
-#include <vector>
 
 namespace {
 
@@ -16,8 +16,9 @@ void require(bool done)
         std::abort();
 }
 
-void code_pixels(const subpicture_region& region, std::vector<std::uint8_t>& buffer, bool plainly)
+void code_pixels(const subpicture_region& region, bool plainly)
 {
+    std::array<std::uint8_t, 64'000> buffer;
     bit_writer out;
     bs_init(out, buffer.data(), buffer.size());
     for (const std::uint8_t top : {std::uint8_t{1}, std::uint8_t{0}}) {
@@ -30,21 +31,17 @@ void code_pixels(const subpicture_region& region, std::vector<std::uint8_t>& buf
 
 } // namespace
 
-extern "C" [[gnu::noinline]] void counted_work(const std::function<void()>& work)
+bool prepare_kernel(std::string_view kernel, subpicture& page)
 {
-    work();
+    if (kernel == "code")
+        require(YuvaYuvp(&page) != nullptr);
+    return kernel == "code" || kernel == "convert";
 }
 
-bool count_kernel(std::string_view kernel, subpicture& page, bool plainly)
+void run_kernel(std::string_view kernel, subpicture& page, bool plainly)
 {
-    if (kernel == "convert") {
-        counted_work([&] { require((plainly ? plain::YuvaYuvp(&page) : YuvaYuvp(&page)) != nullptr); });
-        return true;
-    }
-    if (kernel != "code")
-        return false;
-    require(YuvaYuvp(&page) != nullptr);
-    std::vector<std::uint8_t> buffer(64'000);
-    counted_work([&] { code_pixels(*page.regions, buffer, plainly); });
-    return true;
+    if (kernel == "code")
+        code_pixels(*page.regions, plainly);
+    else
+        require((plainly ? plain::YuvaYuvp(&page) : YuvaYuvp(&page)) != nullptr);
 }

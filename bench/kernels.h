@@ -2,12 +2,11 @@
 
 #include "picture.h"
 
-#include <functional>
 #include <string_view>
 
-/// Runs a piece of work in a function of its own name, so that callgrind can count just that.
-extern "C" void counted_work(const std::function<void()>& work);
+/// Brings a display set of one "YUVA" region to where a kernel begins. Returns false for an unknown kernel;
+/// there are "convert", to a palette, and "code", of pixels converted before.
+bool prepare_kernel(std::string_view kernel, subpicture& page);
 
-/// Counts one kernel on a display set of one "YUVA" region: "convert" to a palette, or "code" its pixels,
-/// converted before. Ends the process when it fails. Returns false for an unknown kernel.
-bool count_kernel(std::string_view kernel, subpicture& page, bool plainly);
+/// Runs the kernel on it. Ends the process when it fails.
+void run_kernel(std::string_view kernel, subpicture& page, bool plainly);

@@ -32,5 +32,7 @@ int main(int count, char** arguments)
     if (page == nullptr)
         return 1;
     const std::string_view kernel = arguments[1];
-    return kernel == "none" || count_kernel(kernel, *page, std::string_view(arguments[3]) == "plain") ? 0 : 1;
+    if (prepare_kernel(kernel, *page))
+        run_kernel(kernel, *page, std::string_view(arguments[3]) == "plain");
+    return 0;
 }

@@ -1,8 +1,8 @@
+#include "counting.h"
 #include "insertion.h"
 #include "kernels.h"
 #include "pictures.h"
 #include "programming.h"
-#include "ready_device.h"
 #include "registers.h"
 #include "shop_services.h"
 #include "shops.h"
@@ -58,7 +58,11 @@ bool measure_kernel(argument_list words)
     const bench_picture* const picture = words.size() == 3 ? find_picture(words[1]) : nullptr;
     if (picture == nullptr || !form_of(words[2]).valid)
         return false;
-    return count_kernel(words[0], *picture->draw(), form_of(words[2]).plainly);
+    const drawn_page page = picture->draw();
+    if (!prepare_kernel(words[0], *page))
+        return false;
+    counted_work([&] { run_kernel(words[0], *page, form_of(words[2]).plainly); });
+    return true;
 }
 
 bool measure_preparation(argument_list words)
