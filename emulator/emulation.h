@@ -12,8 +12,10 @@ struct emulation {
     static constexpr const char* memory_variable = "EPLD_EMULATOR_MEMORY"; ///< names its descriptor
 
     // What is asked for.
-    bool real_time = false;   ///< otherwise time passes only in sleeps and on the bus
-    std::int64_t start_s = 0; ///< the clock's reading at the beginning, seconds since the epoch
+    bool real_time = false;           ///< otherwise time passes only in sleeps and on the bus
+    std::int64_t start_s = 0;         ///< the clock's reading at the beginning, seconds since the epoch
+    std::int64_t clock_set_at_ns = 0; ///< when somebody sets the clock
+    std::int64_t clock_set_by_s = 0;  ///< forward, or negative: back
     std::int64_t duration_ns = 0;
     std::int64_t bus_clock_hz = 0;      ///< 0: transfers take no time
     std::array<char, 4096> resources{}; ///< stands in for the resources directory; empty: none
@@ -34,6 +36,8 @@ struct emulation {
     std::int64_t now_ns = 0; ///< since the beginning
     std::int64_t bus_ns = 0; ///< spent on the wire
     std::uint64_t refused_requests = 0;
+    std::uint64_t clock_readings = 0;
+    std::uint64_t sleeps = 0;
     stream_statistics statistics;
 };
 

@@ -116,6 +116,8 @@ bool prepare(emulation& run, const launch_options& options)
     power_on(run.device);
     run.real_time = options.real_time;
     run.start_s = options.start_s >= 0 ? options.start_s : std::time(nullptr);
+    run.clock_set_at_ns = options.clock_set.at_s * second_ns;
+    run.clock_set_by_s = options.clock_set.by_s;
     run.bus_clock_hz = options.bus_clock_hz;
     run.device.stuck_slot = options.stuck_slot;
     run.device.unacknowledged_slot = options.unacknowledged_slot;

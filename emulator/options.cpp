@@ -48,6 +48,17 @@ std::optional<std::int64_t> parse_start(const char* text)
     return seconds >= 0 && exists ? std::optional<std::int64_t>(seconds) : std::nullopt;
 }
 
+/// "25:-3600": at second 25 of the run the clock is set back by an hour.
+std::optional<clock_change> parse_clock_change(std::string_view text)
+{
+    const std::size_t colon = text.find(':');
+    if (colon == std::string_view::npos)
+        return {};
+    const auto at_s = parse_number(text.substr(0, colon), 0, duration_max_s);
+    const auto by_s = parse_number(text.substr(colon + 1), -duration_max_s, duration_max_s);
+    return at_s && by_s ? std::optional(clock_change{.at_s = *at_s, .by_s = *by_s}) : std::nullopt;
+}
+
 template <typename value> bool store(value& place, const std::optional<std::int64_t>& parsed)
 {
     if (parsed.has_value())
@@ -80,6 +91,12 @@ constexpr option_rule rules[] = {
         [](launch_options& options, const char* text) { return store_text(options.resources, text); }},
     {"start", "TIME", "the clock at the beginning, \"YYYY-MM-DD hh:mm:ss\" in UTC (now)",
         [](launch_options& options, const char* text) { return store(options.start_s, parse_start(text)); }},
+    {"set-clock", "AT:BY", "in second AT of the run set the clock by BY seconds, back with a minus: 25:-3600",
+        [](launch_options& options, const char* text) {
+            const auto change = parse_clock_change(text);
+            options.clock_set = change.value_or(clock_change{});
+            return change.has_value();
+        }},
     {"duration", "TIME", "how long to run, as 90, 90s, 15m or 10h (the encoder stream's length, or 60s)",
         [](launch_options& options, const char* text) {
             return store(options.duration_s, parse_duration(text));

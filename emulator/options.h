@@ -6,6 +6,12 @@
 #include <string>
 #include <vector>
 
+/// Somebody sets the clock during the run.
+struct clock_change {
+    std::int64_t at_s = 0; ///< since the beginning of the run
+    std::int64_t by_s = 0; ///< forward, or negative: back
+};
+
 /// What the command line of the emulator asks for.
 struct launch_options {
     bool help = false;
@@ -14,7 +20,8 @@ struct launch_options {
     std::string generation = "3"; ///< content of the version file; "none": there is no such file
     std::string resources;        ///< folder; empty: none
     std::int64_t start_s = -1;    ///< seconds since the epoch; negative: now
-    std::int64_t duration_s = 0;  ///< 0: that of the encoder stream, or a minute
+    clock_change clock_set{};
+    std::int64_t duration_s = 0; ///< 0: that of the encoder stream, or a minute
     bool real_time = false;
     std::int64_t packet_rate = 1000;     ///< packets per second that the device can send
     std::int64_t bus_clock_hz = 100'000; ///< 0: transfers take no time

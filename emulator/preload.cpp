@@ -312,7 +312,9 @@ std::time_t time(std::time_t* result) noexcept
         now = real.tv_sec;
     } else {
         pass_time(microsecond_ns);
-        now = static_cast<std::time_t>(run->start_s + run->now_ns / second_ns);
+        ++run->clock_readings;
+        const std::int64_t set_by_s = run->now_ns >= run->clock_set_at_ns ? run->clock_set_by_s : 0;
+        now = static_cast<std::time_t>(run->start_s + run->now_ns / second_ns + set_by_s);
     }
     if (result != nullptr)
         *result = now;
@@ -322,6 +324,7 @@ std::time_t time(std::time_t* result) noexcept
 unsigned sleep(unsigned seconds)
 {
     if (run != nullptr) {
+        ++run->sleeps;
         pass_time(seconds * second_ns);
         return 0;
     }
@@ -333,6 +336,7 @@ unsigned sleep(unsigned seconds)
 int usleep(useconds_t pause_us)
 {
     if (run != nullptr) {
+        ++run->sleeps;
         pass_time(pause_us * microsecond_ns);
         return 0;
     }

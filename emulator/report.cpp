@@ -103,6 +103,8 @@ void add_requests(std::string& text, const emulation& run)
             add(text, " %llu %s,", static_cast<unsigned long long>(run.faults.requests[kind]),
                 name_of(static_cast<request_kind>(kind)).data());
     add(text, " %.3f s on the wire\n", static_cast<double>(run.bus_ns) / second_ns);
+    add(text, "clock: read %llu times, %llu sleeps\n", static_cast<unsigned long long>(run.clock_readings),
+        static_cast<unsigned long long>(run.sleeps));
     if (run.refused_requests != 0)
         add(text, "bus: %llu requests refused as asked for\n",
             static_cast<unsigned long long>(run.refused_requests));

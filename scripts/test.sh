@@ -4,7 +4,7 @@
 # Usage: scripts/test.sh [arguments of ctest, for a part of the tests only]
 . "$(dirname "$0")/common.sh"
 
-need_packages "${build_packages[@]}" libgtest-dev libgmock-dev fonts-liberation fonts-dejavu-core ffmpeg tshark tstools
+need_packages "${build_packages[@]}" libgtest-dev libgmock-dev fonts-liberation fonts-dejavu-core ffmpeg tshark
 build dev
 say "running all tests"
 ctest --preset dev -j "$(nproc)" "$@" || fail "a test failed: its output is above"

@@ -22,23 +22,6 @@ outcome add_text(const text_style& style, bool adjust = false, region_format for
     return outcome_of([&](subpicture* set) { return AddTextSubtitle(&format, &style, set, adjust); });
 }
 
-TEST(TextStyle, ComesFromTheLayout)
-{
-    char font[] = "Sans";
-    const layout_region region{{}, 3, -4, -20, 6, 0x80FF8000, 0x330000FF, -12, font};
-    region_format format;
-    getRegionAttributes(format, region);
-    EXPECT_THAT((std::array{format.width, format.height, format.x, format.y}),
-        ElementsAre(3, 4'294'967'292, 4'294'967'276, 6));
-    text_style style;
-    getTextAttributes(style, region);
-    const auto& [red, green, blue, alpha] = style.background;
-    EXPECT_THAT((std::array{red, green, blue, alpha, style.foreground.blue, style.foreground.alpha}),
-        ElementsAre(1.0, 128 / 255.0, 0.0, 128 / 255.0, 1.0, 0.2));
-    EXPECT_EQ(style.font_size, -12);
-    EXPECT_EQ(style.font, font);
-}
-
 TEST(TextRegion, HasItsBaselineOneFontSizeBelowTheTop)
 {
     auto style = style_of("HHHHHHHH", 100);
@@ -93,9 +76,7 @@ TEST(TextRegion, FailsWithItsMessage)
     EXPECT_EQ(AddTextSubtitle(&format, &text, nullptr, true), -1);
     EXPECT_EQ(add_text(too_long).report, "-1: Error: Text exceeds 256 characters\n");
     EXPECT_EQ(add_text(text, false, yuva_format(9, 9, 720, 576)).report, "0 9x9+720+576");
-    for (const auto& [x, y] : {std::pair{721U, 0U}, {0U, 577U}, {-20U, 0U}, {0U, -1U}})
-        EXPECT_EQ(
-            add_text(text, false, yuva_format(9, 9, x, y)).report, "-1: Error: Region out of display\n");
+    EXPECT_EQ(add_text(text, false, yuva_format(9, 9, 0, -1U)).report, "-1: Error: Region out of display\n");
 }
 
 /// Draws a red text and a white one at the right of it. Returns the letters of both.
@@ -127,10 +108,8 @@ const struct {
     std::string text;
     std::size_t length;
 } texts[] = {
-    {"exactly 256 bytes", std::string(256, 'a'), 256},
     {"longer", std::string(300, 'a'), 256},
     {"cut behind the first byte of a character", std::string(255, 'a') + euro, 255},
-    {"cut before its last byte", std::string(254, 'a') + euro, 254},
     {"a character ends at the cut", std::string(253, 'a') + euro + "b", 256},
     {"four bytes, cut before the last", std::string(253, 'a') + "\xF0\x9F\x93\xBA", 253},
     {"characters without end", std::string(300, '\x82'), 256},

@@ -1,30 +1,25 @@
 #include "layout.h"
 
 #include "capture.h"
-#include "library_fakes.h"
 #include "temporary.h"
 
 #include <array>
-#include <cstdlib>
 #include <gtest/gtest.h>
-#include <utility>
 
 namespace {
 
 /// One line per region, every field in the order of the record, colours as hexadecimal words; they are freed.
-std::string take_text(layout_region* region)
+std::string take_text(layout_region* regions)
 {
     std::string text;
-    while (region != nullptr) {
-        const auto [name, w, h, x, y, background, foreground, size, font, adjust, ratio, next] = *region;
+    for (const auto* region = regions; region != nullptr; region = region->next) {
+        const auto& [name, w, h, x, y, background, foreground, size, font, adjust, ratio, next] = *region;
         std::array<char, 256> line{};
         std::snprintf(line.data(), line.size(), "%s %dx%d+%d+%d %08X %08X %d %s %d%d\n", name ? name : "-", w,
             h, x, y, background, foreground, size, font ? font : "-", adjust, ratio);
         text += line.data();
-        std::free(name);
-        std::free(font);
-        std::free(std::exchange(region, next));
     }
+    free_layout(regions);
     return text;
 }
 
@@ -74,32 +69,6 @@ TEST(LayoutFile, GivesItsRegions)
 {
     for (const auto& [what, content, outcome] : layouts)
         EXPECT_EQ(read_layout("<layout>" + std::string(content) + "</layout>"), outcome) << what;
-}
-
-TEST(LayoutFile, MayBreakOffAnywhere)
-{
-    const std::string file = "<layout><region name='a' width='4'><text size='32'/></region></layout>";
-    for (std::size_t kept = 0; kept < file.size(); ++kept) {
-        const std::string region = kept < file.find("<text") ? "" : "a 4x0+0+0 ";
-        EXPECT_TRUE(read_layout(file.substr(0, kept)).starts_with("XML parsing failed\n" + region)) << kept;
-    }
-}
-
-constexpr const char* lacking_memory[] = {"Cannot allocate memory\n", "Cannot allocate memory\n",
-    "calloc allocate memory\nb 0x0+0+0 00000000 00000000 0 - 00\n",
-    "Cannot allocate memory\n- 0x0+0+0 00000000 00000000 0 B 00\nb 0x0+0+0 00000000 00000000 0 - 00\n",
-    "Cannot allocate memory\na 0x0+0+0 00000000 00000000 0 B 00\nb 0x0+0+0 00000000 00000000 0 - 00\n",
-    "Cannot allocate memory\na 0x0+0+0 00000000 00000000 0 A 00\nb 0x0+0+0 00000000 00000000 0 - 00\n"};
-
-TEST(LayoutFile, LacksOnlyWhatFindsNoMemory)
-{
-    const char* file =
-        "<layout><region name='a'><text font='A'/><text font='B'/></region><region name='b'/></layout>";
-    for (std::int32_t request = 0; request < std::ssize(lacking_memory); ++request) {
-        requests_until_failure = request;
-        EXPECT_EQ(read_layout(file), lacking_memory[request]);
-    }
-    requests_until_failure = -1;
 }
 
 TEST(LayoutRegion, IsFoundByItsExactName)

@@ -1,6 +1,9 @@
 #include "xml_file.h"
 
+#include "allocation_fakes.h"
+#include "articles.h"
 #include "capture.h"
+#include "layout.h"
 #include "temporary.h"
 
 #include <gtest/gtest.h>
@@ -26,14 +29,10 @@ TEST(XmlFile, IsParsedWholeInItsEncoding)
 }
 
 /// The kernel refuses to open a running program for writing, even to the superuser.
-TEST(XmlFile, MustBeOpenToReadingAndWriting)
+TEST(XmlFile, MustBeOpenToReadingAndWritingAndHaveASizeThatExpatCanTake)
 {
     for (const char* path : {"/missing.xml", "/", "", "/proc/self/exe"})
         EXPECT_EQ(messages_of(path), "Cannot open " + std::string(path) + "\n");
-}
-
-TEST(XmlFile, MustHaveASizeThatExpatCanTake)
-{
     const temporary_folder folder;
     const auto pipe = (folder.path / "pipe").string();
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
@@ -41,6 +40,102 @@ TEST(XmlFile, MustHaveASizeThatExpatCanTake)
     const auto file = write_file(folder, "huge.xml", "<r/>");
     std::filesystem::resize_file(file, 1ULL << 31);
     EXPECT_EQ(messages_of(file), "Cannot allocate memory\n");
+}
+
+} // namespace
+
+// The linker demands these names (see CMakeLists.txt).
+// NOLINTBEGIN(bugprone-reserved-identifier)
+extern "C" {
+XML_Parser __real_XML_ParserCreate(const XML_Char* encoding);
+
+XML_Parser __wrap_XML_ParserCreate(const XML_Char* encoding)
+{
+    return this_one_fails(0) ? nullptr : __real_XML_ParserCreate(encoding);
+}
+}
+// NOLINTEND(bugprone-reserved-identifier)
+
+namespace {
+
+/// The files of a shop, each record of which holds texts.
+const std::string article_text = "<r><article code='C'><type>T</type><ovu>O</ovu></article></r>";
+const std::string layout_text = "<l><region name='a'><text font='A'/><text font='B'/></region></l>";
+
+struct parsed_shop {
+    std::string messages{};
+    int records = 0; ///< articles and regions
+    int texts = 0;   ///< that they hold
+};
+
+/// With the n-th request for memory failing; none with a negative n.
+parsed_shop parse_shop(const std::string& articles, const std::string& layout, std::int32_t n)
+{
+    const temporary_folder folder;
+    const auto article_path = write_file(folder, "infostv.xml", articles);
+    const auto layout_path = write_file(folder, "layout.xml", layout);
+    parsed_shop parsed;
+    item* article = nullptr;
+    layout_region* region = nullptr;
+    parsed.messages = stderr_of([&] {
+        const watched_allocation watch(n);
+        article = ParseXMLInfostv(article_path.c_str());
+        region = ParseXMLLayout(layout_path.c_str());
+    });
+    if (article != nullptr)
+        for (const char* text : {article->code, article->type, article->ovu})
+            parsed.texts += text != nullptr ? 1 : 0;
+    if (region != nullptr)
+        for (const char* text : {region->name, region->font})
+            parsed.texts += text != nullptr ? 1 : 0;
+    parsed.records = (article != nullptr ? 1 : 0) + (region != nullptr ? 1 : 0);
+    free_articles(article);
+    free_layout(region);
+    return parsed;
+}
+
+TEST(XmlFile, MayBreakOffAnywhere)
+{
+    for (std::size_t kept = 0; kept < layout_text.size(); ++kept) {
+        const auto [messages, records, texts] = parse_shop(
+            article_text.substr(0, std::min(kept, article_text.size() - 1)), layout_text.substr(0, kept), -1);
+        EXPECT_EQ(messages, "XML parsing failed\nXML parsing failed\n") << kept;
+        const bool article = kept >= article_text.find("<type");
+        const bool region = kept >= layout_text.find("<text");
+        EXPECT_EQ(records, (article ? 1 : 0) + (region ? 1 : 0)) << kept;
+    }
+}
+
+/// In the order of the requests: for a file's bytes, its parser, a record or a text of it. What has found no
+/// memory is missing, with all in it.
+constexpr struct {
+    const char* messages;
+    int records;
+    int texts;
+} lacking_memory[] = {
+    {"Cannot allocate memory\n", 1, 2},
+    {"Cannot allocate memory\n", 1, 2},
+    {"calloc allocate memory\n", 1, 2}, // the article
+    {"Cannot allocate memory\n", 2, 4},
+    {"Cannot allocate memory\n", 2, 4},
+    {"Cannot allocate memory\n", 2, 4},
+    {"Cannot allocate memory\n", 1, 3},
+    {"Cannot allocate memory\n", 1, 3},
+    {"calloc allocate memory\n", 1, 3}, // the region
+    {"Cannot allocate memory\n", 2, 4},
+    {"Cannot allocate memory\n", 2, 5}, // the second font takes the place of the first
+    {"Cannot allocate memory\n", 2, 5}, // which stays
+    {"", 2, 5},
+};
+
+TEST(XmlFile, LacksOnlyWhatFindsNoMemory)
+{
+    for (std::int32_t n = 0; n < std::ssize(lacking_memory); ++n) {
+        const auto [messages, records, texts] = parse_shop(article_text, layout_text, n);
+        EXPECT_EQ(messages, lacking_memory[n].messages) << n;
+        EXPECT_EQ(records, lacking_memory[n].records) << n;
+        EXPECT_EQ(texts, lacking_memory[n].texts) << n;
+    }
 }
 
 } // namespace

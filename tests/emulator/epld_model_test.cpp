@@ -14,14 +14,6 @@ void write_at(epld_model& device, std::uint16_t address, std::vector<std::uint8_
     EXPECT_TRUE(device_write_block(device, 32, bytes));
 }
 
-std::uint8_t read_at(epld_model& device, std::uint16_t address)
-{
-    std::uint8_t value = 0;
-    EXPECT_TRUE(device_write_word(device, 11, address));
-    EXPECT_TRUE(device_read_byte(device, 32, value));
-    return value;
-}
-
 constexpr std::uint16_t subtitle_pid = 4368;
 constexpr std::uint16_t time_pid = 20;
 
@@ -62,14 +54,6 @@ void load(epld_model& device, std::uint16_t slot, std::uint8_t type)
     write_at(device, address, packet(subtitle_pid, true, 1));
     write_at(device, static_cast<std::uint16_t>(address + 188), packet(subtitle_pid, false, 2));
     write_at(device, static_cast<std::uint16_t>(4 * slot), {type});
-}
-
-std::vector<ts_packet> send_all(epld_model& device)
-{
-    std::vector<ts_packet> packets;
-    for (ts_packet sent{}; send_packet(device, sent);)
-        packets.push_back(sent);
-    return packets;
 }
 
 const struct {
@@ -123,26 +107,6 @@ TEST(EpldModel, ReportsWhatRegistersDoNotKnow)
     EXPECT_EQ(device.violations[2].kind, violation_kind::unknown_transfer);
     EXPECT_TRUE(device_write_byte(device, 0, insertion_on | 0x04));
     EXPECT_EQ(device.violations[3].kind, violation_kind::control_bits_changed);
-}
-
-TEST(EpldModel, SendsALoadedStreamSlotOnceAndAcknowledgesIt)
-{
-    epld_model device = with_stream_slots();
-    load(device, 0, 0x87);
-    EXPECT_EQ(read_at(device, 0), 0x87);
-    load(device, 1, 0x87);
-    ts_packet sent{};
-    EXPECT_TRUE(send_packet(device, sent));
-    EXPECT_EQ(read_at(device, 0), 0x8F); // acknowledged: the device is at it
-    EXPECT_TRUE(send_packet(device, sent));
-    EXPECT_EQ(sent[4], 2);
-    EXPECT_EQ(read_at(device, 0) & 0x01, 0);
-    EXPECT_EQ(read_at(device, 4), 0x87); // it waits for the next packet that can be sent
-    EXPECT_TRUE(send_packet(device, sent));
-    EXPECT_EQ(read_at(device, 4), 0x8F);
-    EXPECT_EQ(send_all(device).size(), 1U);
-    EXPECT_EQ(read_at(device, 4) & 0x09, 0);
-    EXPECT_EQ(device.violation_count, 0U);
 }
 
 /// ISO/IEC 13818-1, 2.4.4 for sections, 2.4.3.5 for PES packets.

@@ -2,7 +2,6 @@
 
 #include "bus.h"
 #include "bus_emulated.h"
-#include "capture.h"
 
 #include <gmock/gmock.h>
 #include <numeric>
@@ -75,17 +74,6 @@ TEST(StreamTransfer, BeginsAPesPacketOnlyOnce)
     EXPECT_EQ(copyStreamToEpld(run.fd, first, run.stream, nullptr), 4 + 14 + 1);
     EXPECT_THAT(run.memory_at(40, 4), ElementsAre(0x47, 0x51, 0x10, 0x1A));
     EXPECT_EQ(run.device.violation_count, 0);
-}
-
-TEST(StreamTransfer, CarriesOnAfterARefusedWrite)
-{
-    // Pointer and busy bit; pointer, seven blocks; pointer, two bytes; pointer and type byte.
-    for (const std::int64_t refused : {2, 3, 10, 11, 12, 14}) {
-        streaming run(150);
-        run.device.requests_until_fault = refused;
-        EXPECT_THAT(stdout_of([&] { EXPECT_EQ(copyStreamToEpld(run.fd, first, run.stream, nullptr), 168); }),
-            testing::HasSubstr("error !!"));
-    }
 }
 
 } // namespace

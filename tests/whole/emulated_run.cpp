@@ -60,7 +60,8 @@ run_result run_daemon_emulated(run_request request)
     // "daemon: ended with status 234 after 0.2 s", or "…, after 0.2 s"
     const std::string end = result.summary.substr(0, result.summary.find(" after"));
     result.daemon_end = end.substr(0, end.find(','));
-    std::istringstream record(read_file(folder.path / "record"));
+    result.record = read_file(folder.path / "record");
+    std::istringstream record(result.record);
     for (std::string line; std::getline(record, line);)
         result.requests.push_back(parse_record(line));
     return result;

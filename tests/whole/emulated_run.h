@@ -33,6 +33,7 @@ struct run_result {
     std::string output{};     ///< of the daemon
     std::string errors{};
     std::string summary{};
+    std::string record{}; ///< of the bus, as the emulator wrote it
     std::vector<recorded_request> requests{};
 };
 

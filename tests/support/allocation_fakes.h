@@ -24,3 +24,6 @@ struct watched_allocation {
     std::size_t last_size_bytes = 0;
     static inline watched_allocation* living = nullptr;
 };
+
+/// Counts a request for memory. Returns whether it is the one that fails.
+bool this_one_fails(std::size_t size_bytes);

@@ -1,7 +1,5 @@
 #include "allocation_fakes.h"
 
-namespace {
-
 bool this_one_fails(std::size_t size_bytes)
 {
     watched_allocation* const watch = watched_allocation::living;
@@ -10,8 +8,6 @@ bool this_one_fails(std::size_t size_bytes)
     watch->last_size_bytes = size_bytes;
     return watch->requests_left-- == 0;
 }
-
-} // namespace
 
 // The linker demands these names.
 // NOLINTBEGIN(bugprone-reserved-identifier)
