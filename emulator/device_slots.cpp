@@ -18,7 +18,7 @@ bool is_kind(std::uint8_t type, slot_kind kind)
 device_slot slot_at(const epld_model& device, std::uint32_t index)
 {
     const std::uint32_t slots_max = device.new_generation ? epld_model::slots_max : old_slots_max;
-    const std::size_t at = index * slot_header_size;
+    const std::size_t at = std::size_t{index} * slot_header_size;
     if (index >= slots_max || (device.memory[at] & used_slot_bit) == 0)
         return {};
     const std::uint32_t high = device.memory[at + 1];

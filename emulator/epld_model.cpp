@@ -78,7 +78,7 @@ void take_up_stream(epld_model& device)
     device.sending_stream = waiting_stream(device);
     if (device.sending_stream == epld_model::none)
         return;
-    device.memory[device.sending_stream * slot_header_size] |= acknowledged_slot_bit;
+    device.memory[std::size_t{device.sending_stream} * slot_header_size] |= acknowledged_slot_bit;
     device.stream_packets_sent = 0;
 }
 
@@ -86,7 +86,7 @@ void finish_stream(epld_model& device)
 {
     const std::uint32_t index = device.sending_stream;
     if (stream_number(device, index) != device.stuck_slot)
-        device.memory[index * slot_header_size] = empty_stream_type;
+        device.memory[std::size_t{index} * slot_header_size] = empty_stream_type;
     device.last_stream = index;
     device.sending_stream = epld_model::none;
 }

@@ -36,6 +36,7 @@ static_assert(std::size(violation_texts) == violation_kinds, "a text for each ki
     std::array<char, 512> line{};
     std::va_list arguments;
     va_start(arguments, format);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): it is initialised
     std::vsnprintf(line.data(), line.size(), format, arguments);
     va_end(arguments);
     text += line.data();

@@ -37,15 +37,18 @@ need_packages() {
     rm -f "$log"
 }
 
-# What every build needs.
+# What every build needs, and more of them for what the scripts do.
 build_packages=(g++ cmake ninja-build pkg-config libexpat1-dev libcairo2-dev)
+test_packages=(libgtest-dev libgmock-dev fonts-liberation fonts-dejavu-core ffmpeg tshark)
+lint_packages=(git clang clang-format clang-tidy)
+fuzz_packages=(clang libclang-rt-14-dev llvm fonts-liberation fonts-dejavu-core)
 
 # Configures and builds a preset; the output is shown only when something is wrong.
 build() {
     local preset=$1 log
-    say "building the $preset preset"
-    mkdir -p build
     log=build/$preset.log
+    say "building the $preset preset ($log)"
+    mkdir -p build
     if ! { cmake --preset "$preset" && cmake --build --preset "$preset"; } >"$log" 2>&1; then
         grep -E -A 12 'error|FAILED|CMake Error' "$log" | head -n 60 >&2 || tail -n 40 "$log" >&2
         fail "the $preset preset does not build (all of it: $log)"

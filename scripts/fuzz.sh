@@ -13,7 +13,7 @@ for target in "${targets[@]}"; do
     [ -f "fuzz/${target}_fuzzer.cpp" ] || fail "there is no target '$target', only: ${all_targets[*]}"
 done
 
-need_packages "${build_packages[@]}" clang libclang-rt-14-dev llvm fonts-liberation fonts-dejavu-core
+need_packages "${build_packages[@]}" "${fuzz_packages[@]}"
 build fuzz
 
 # The bytes that a seed describes in the escapes of printf; blanks and what follows a # do not count.

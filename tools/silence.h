@@ -5,7 +5,7 @@
 /// Lets what is written to a standard stream go nowhere, until its end: what the daemon's code says there
 /// would stand amidst the report.
 struct silence {
-    explicit silence(std::FILE* stream);
+    explicit silence(std::FILE* silenced);
     ~silence();
     silence(const silence&) = delete;
     silence& operator=(const silence&) = delete;

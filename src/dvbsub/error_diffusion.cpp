@@ -23,8 +23,9 @@ namespace {
 // where it has none. No function returns one: without vector registers there is no way to.
 
 constexpr std::size_t entry_limit = 16;
+constexpr std::int32_t lane_unit = 16; ///< of distance in a lane
 constexpr std::array<std::int32_t, plane_total> distance_weights{1, 1, 1, 2};
-static_assert((1 + 1 + 1 + 2) * 255 * entry_limit + entry_limit <= 0x7FFF, "a lane holds every sum");
+static_assert((1 + 1 + 1 + 2) * 255 * lane_unit + lane_unit <= 0x7FFF, "a lane holds every sum");
 
 /// Y, U, V and A, of a colour with errors or of an error. 32 bits hold what a region of any size that can be
 /// allocated adds up.
@@ -82,8 +83,9 @@ void prepare_component(distance_table& table, const palette& colours, std::size_
     for (std::int32_t value = lowest; value <= highest; ++value) {
         std::array<std::int16_t, entry_limit> sums{};
         for (std::size_t j = 0; j < entry_limit; ++j) {
-            const auto distance = static_cast<std::size_t>(std::abs(values[j] - value) * distance_weights[k]);
-            sums[j] = static_cast<std::int16_t>(distance * entry_limit + (k == 0 ? j : 0));
+            const std::int32_t distance = std::abs(values[j] - value) * distance_weights[k];
+            const std::int32_t index = k == 0 ? static_cast<std::int32_t>(j) : 0;
+            sums[j] = static_cast<std::int16_t>(distance * lane_unit + index);
         }
         table.by_value[k][static_cast<std::size_t>(value)] = std::bit_cast<distance_lanes>(sums);
     }
@@ -108,7 +110,7 @@ std::size_t nearest(const distance_table& table, const components& wanted)
     keep_lesser(least, reinterpret_cast<lanes>(y.high + u.high + v.high + a.high));
     keep_lesser(least, __builtin_shufflevector(least, least, 4, 5, 6, 7, 0, 1, 2, 3));
     keep_lesser(least, __builtin_shufflevector(least, least, 2, 3, 0, 1, 6, 7, 4, 5));
-    return static_cast<std::uint32_t>(std::min(least[0], least[1])) % entry_limit;
+    return static_cast<std::uint32_t>(std::min(least[0], least[1])) % lane_unit;
 }
 
 bool is_zero(const components& value)

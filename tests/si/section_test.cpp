@@ -23,8 +23,8 @@ TEST(Section, HasServicesWithoutArticles)
     const service_list services{.first_service_id = 100, .count = 2, .articles = &article};
     std::array<std::uint8_t, 128> bytes{};
     const auto has = [&](std::int32_t length, std::initializer_list<std::uint8_t> part) {
-        const auto section = std::span(bytes).first(static_cast<std::size_t>(length));
-        return std::ranges::search(section, part).size() == part.size();
+        const std::uint8_t* const begin = bytes.data();
+        return std::search(begin, begin + length, part.begin(), part.end()) != begin + length;
     };
     EXPECT_TRUE(has(write_nit(bytes, {.first_channel = 9}, services),
         {0x83, 8, 0, 100, 0x7C, 5, 0, 101, 0x7C, 9})); // logical channel descriptor

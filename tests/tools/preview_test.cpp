@@ -139,6 +139,7 @@ std::string run_of(const temporary_folder& folder, std::vector<std::string> opti
         {"tsinsert-preview", "--resources", folder.path.string(), "--output",
             (folder.path / "out").string()});
     std::vector<char*> argv;
+    argv.reserve(options.size() + 1);
     for (std::string& word : options)
         argv.push_back(word.data());
     argv.push_back(nullptr);
