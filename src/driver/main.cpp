@@ -1,5 +1,6 @@
 #include "daemon.h"
 
+#include <csignal>
 #include <cstdio>
 #include <fcntl.h>
 #include <initializer_list>
@@ -19,6 +20,8 @@ void keep_standard_streams()
 
 int main()
 {
+    // Nobody needs to read the messages: the device goes on.
+    std::signal(SIGPIPE, SIG_IGN);
     keep_standard_streams();
     // Messages reach a pipe or the journal line by line.
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
