@@ -1,5 +1,6 @@
 #include "articles.h"
 
+#include "handles.h"
 #include "lists.h"
 #include "resources.h"
 #include "text.h"
@@ -9,6 +10,8 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
+#include <span>
 #include <string_view>
 
 namespace {
@@ -21,6 +24,12 @@ constexpr std::int32_t merge_reference = 1;
 constexpr std::int32_t outside_article = 0; // also while an unknown article of the reference file lasts
 constexpr std::int32_t inside_article = 1;
 
+/// The articles that have a code, sorted by it, of equal codes the first in the list first.
+struct article_index {
+    std::unique_ptr<item* [], releaser<std::free>> articles {}; ///< null when there is no memory
+    std::size_t count = 0;
+};
+
 struct article_parser {
     std::int32_t mode = build_list;
     std::int32_t status = outside_article;
@@ -28,6 +37,7 @@ struct article_parser {
     item* head = nullptr;      ///< first article: the list that grows, or the list to complete
     item* current = nullptr;   ///< the article being filled; the last one of a list that grows
     std::string_view folder{}; ///< of the file, up to its last slash: the logos lie beside it
+    article_index index{};     ///< of the list to complete
 };
 
 // How one piece of character data goes into a field. Expat may hand over a text in several pieces;
@@ -154,17 +164,50 @@ void append_article(article_parser& parser, const attribute& first)
         article->code = copy_text(first.value);
 }
 
+std::string_view code_of(const item* article)
+{
+    return article->code;
+}
+
+article_index index_of(item* head)
+{
+    article_index index;
+    std::size_t count = 0;
+    for (const item* article = head; article != nullptr; article = article->next)
+        ++count;
+    index.articles.reset(static_cast<item**>(std::calloc(count, sizeof(item*))));
+    if (index.articles == nullptr)
+        return index;
+    for (item* article = head; article != nullptr; article = article->next) {
+        if (article->code != nullptr)
+            index.articles[index.count++] = article;
+    }
+    std::stable_sort(index.articles.get(), index.articles.get() + index.count,
+        [](const item* one, const item* other) { return code_of(one) < code_of(other); });
+    return index;
+}
+
+/// The first article of the list with that code; null when there is none.
+item* article_of(const article_parser& parser, std::string_view code)
+{
+    if (parser.index.articles != nullptr) {
+        const auto articles = std::span(parser.index.articles.get(), parser.index.count);
+        const auto found = std::ranges::lower_bound(articles, code, {}, code_of);
+        return found != articles.end() && code_of(*found) == code ? *found : nullptr;
+    }
+    item* article = parser.head;
+    while (article != nullptr && (article->code == nullptr || article->code != code))
+        article = article->next;
+    return article;
+}
+
 void find_article(article_parser& parser, const attribute& first)
 {
-    if (first.name != "code")
+    item* const found = first.name == "code" ? article_of(parser, first.value) : nullptr;
+    if (found == nullptr)
         return;
-    for (item* article = parser.head; article != nullptr; article = article->next) {
-        if (article->code != nullptr && article->code == first.value) {
-            parser.current = article;
-            parser.status = inside_article;
-            return;
-        }
-    }
+    parser.current = found;
+    parser.status = inside_article;
 }
 
 void begin_article(article_parser& parser, std::string_view name, const attribute& first)
@@ -272,7 +315,7 @@ void ParseXMLReferencieltv(const char* path, item* head)
 {
     if (head == nullptr)
         return;
-    article_parser parser{.mode = merge_reference, .head = head};
+    article_parser parser{.mode = merge_reference, .head = head, .index = index_of(head)};
     parse_articles(path, parser);
 }
 
