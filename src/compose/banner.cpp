@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <optional>
@@ -76,13 +77,17 @@ struct icon_column {
     double cursor = 0; ///< rows of the icon files drawn so far
 };
 
-void write_label(
-    const icon_column& column, const label_layout& label, const char* text, const placed_image& icon)
+void write_label(const icon_column& column, const label_layout& label, const char* text,
+    const placed_image& icon, const char* path)
 {
     set_colour(column.context, black);
     cairo_move_to(column.context, label.x * icon.width, column.cursor + label.y * icon.height);
     cairo_show_text(column.context, label.prefix);
     cairo_show_text(column.context, text);
+    // The next icon will be told to be at fault, since the context stays so.
+    if (cairo_status(column.context) != CAIRO_STATUS_SUCCESS)
+        std::fprintf(stderr, "Error: Cannot write %s%s on image %s of %ux%u pixels: %s\n", label.prefix, text,
+            path, icon.width, icon.height, cairo_status_to_string(cairo_status(column.context)));
 }
 
 /// A label is written anew for every article, as all text is: see `AddTextSubtitle`.
@@ -93,7 +98,7 @@ void write_label(
     if (!paint_image(column.context, icon, path))
         return false;
     if (shown.label)
-        write_label(column, *shown.label, text_of(article, shown), icon);
+        write_label(column, *shown.label, text_of(article, shown), icon, path);
     column.cursor += icon.height;
     cairo_restore(column.context);
     return true;
@@ -148,7 +153,7 @@ std::int32_t BuildFeaturesBanner(
     const region_format* format, const item* article, subpicture* display_set, const image_source& icons)
 {
     if (format == nullptr || article == nullptr || display_set == nullptr || format->width == 0)
-        return drawing_failed;
+        return fail_drawing(EINVAL);
     if (!is_on_display(*format, *display_set))
         return drawing_failed;
 

@@ -22,7 +22,9 @@ using icon_list = std::array<const char*, 7>;
 /// opaque black, one icon per feature that the article has, from the top down, each as wide as the
 /// region and an eighth of it high when all icon files are equally high. The size and the numbers of
 /// HDMI and USB connectors are written over their icons. An icon file that cannot be loaded is left out
-/// with "Error: Cannot find image %s: %s\n", and the next one takes its place.
+/// with "Error: Cannot find image %s: %s\n", and the next one takes its place. A label that the font library
+/// refuses, because the icon is a few pixels wide and the text would be scaled to an enormous size, is
+/// reported, and the icon behind it then fails.
 /// Fails without a message for a null argument and a width of 0; otherwise with the messages of
 /// `is_on_display`, `paint_image` and `AddSurfaceRegion`.
 [[nodiscard]] std::int32_t BuildFeaturesBanner(

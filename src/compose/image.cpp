@@ -26,6 +26,13 @@ cairo_status_t read_file(void* file, unsigned char* bytes, unsigned int count)
     return taken == count ? CAIRO_STATUS_SUCCESS : CAIRO_STATUS_READ_ERROR;
 }
 
+/// Why a file that was opened could not be decoded. What is wrong with its content leaves no trace in
+/// `errno`, a refused reading or allocation does.
+int decoding_error(int last_error)
+{
+    return last_error == 0 ? EINVAL : last_error;
+}
+
 /// Nothing for pipes and devices, which have no content of their own.
 std::optional<file_version> version_of(std::FILE* file)
 {
@@ -51,10 +58,13 @@ image_place with_height(const image_place& place, std::uint32_t image_width, std
 placed_image decode(std::FILE* file, const image_place& place)
 {
     placed_image image;
+    errno = 0;
     image.surface.reset(cairo_image_surface_create_from_png_stream(read_file, file));
     image.status = cairo_surface_status(image.surface.get());
-    if (image.status != CAIRO_STATUS_SUCCESS)
+    if (image.status != CAIRO_STATUS_SUCCESS) {
+        image.error = decoding_error(errno);
         return image;
+    }
     image.width = static_cast<std::uint32_t>(cairo_image_surface_get_width(image.surface.get()));
     image.height = static_cast<std::uint32_t>(cairo_image_surface_get_height(image.surface.get()));
     image.place = with_height(place, image.width, image.height);
@@ -170,6 +180,7 @@ bool use_as_source(cairo_t* context, const placed_image& image, double y, const 
         return true;
     std::fprintf(stderr, "Error: Cannot use image %s as pattern: %s\n", path,
         cairo_status_to_string(cairo_status(context)));
+    errno = error_of(cairo_status(context));
     return false;
 }
 
@@ -180,6 +191,7 @@ bool paint(cairo_t* context, const char* path)
         return true;
     std::fprintf(stderr, "Error: Cannot paint image %s in region: %s\n", path,
         cairo_status_to_string(cairo_status(context)));
+    errno = error_of(cairo_status(context));
     return false;
 }
 
@@ -231,8 +243,10 @@ const scaled_image& insert_image(image_cache& cache, scaled_image image)
 placed_image load_image(const char* path, const image_place& place, image_cache* cache)
 {
     const owned_file file(std::fopen(path, "rb"));
-    if (!file)
-        return {.status = open_status(errno)};
+    if (!file) {
+        const int error = errno;
+        return {.status = open_status(error), .error = error};
+    }
     const auto version = cache != nullptr ? version_of(file.get()) : std::nullopt;
     if (!version)
         return decode(file.get(), place);
@@ -253,6 +267,7 @@ bool paint_image(cairo_t* context, const placed_image& image, const char* path)
             static_cast<int>(image.width), static_cast<int>(image.height),
             static_cast<int>(image.place.width), static_cast<int>(image.place.height),
             cairo_status_to_string(cairo_status(context)));
+        errno = error_of(cairo_status(context));
         return false;
     }
     if (image.scaled_top)
@@ -264,9 +279,9 @@ std::int32_t AddImageSubtitle(
     region_format* format, const char* path, subpicture* display_set, bool keep_ratio, image_cache* cache)
 {
     if (format == nullptr || path == nullptr || display_set == nullptr || format->width == 0)
-        return drawing_failed;
+        return fail_drawing(EINVAL);
     if (!keep_ratio && format->height == 0)
-        return drawing_failed;
+        return fail_drawing(EINVAL);
     if (!is_on_display(*format, *display_set))
         return drawing_failed;
 
@@ -275,7 +290,7 @@ std::int32_t AddImageSubtitle(
     if (image.status != CAIRO_STATUS_SUCCESS) {
         std::fprintf(
             stderr, "Error: Cannot render image %s: %s\n", path, cairo_status_to_string(image.status));
-        return drawing_failed;
+        return fail_drawing(image.error);
     }
     format->height = image.place.height;
     return is_left_out(*format) ? drawing_done : draw_image(*format, image, path, *display_set);

@@ -67,6 +67,7 @@ const scaled_image& insert_image(image_cache& cache, scaled_image image);
 /// A PNG file's image on its way to a place.
 struct placed_image {
     cairo_status_t status = CAIRO_STATUS_SUCCESS; ///< otherwise the file could not be loaded
+    int error = 0;                                ///< why, as `errno` tells: EINVAL for what is no picture
     std::uint32_t width = 0;                      ///< of the file's image, pixels
     std::uint32_t height = 0;
     image_place place{};     ///< its height known
@@ -81,7 +82,7 @@ placed_image load_image(const char* path, const image_place& place, image_cache*
 /// Scales the drawing context of a region, which stays so, and paints the image at its place. When that
 /// fails it prints "Error: Cannot scale image %s (%d,%d) to (%d,%d) : %s\n",
 /// "Error: Cannot use image %s as pattern: %s\n" or "Error: Cannot paint image %s in region: %s\n" with
-/// the path on standard error and returns false.
+/// the path on standard error, leaves the reason in `errno` and returns false.
 [[nodiscard]] bool paint_image(cairo_t* context, const placed_image& image, const char* path);
 
 /// Draws a PNG file, stretched to the format's size, as a new region at the end of the display set. The

@@ -2,6 +2,7 @@
 
 #include "lists.h"
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
@@ -47,11 +48,30 @@ void convert(cairo_surface_t* surface, const picture& target)
 
 } // namespace
 
+std::int32_t fail_drawing(int error)
+{
+    errno = error;
+    return drawing_failed;
+}
+
+int error_of(cairo_status_t status)
+{
+    switch (status) {
+    case CAIRO_STATUS_NO_MEMORY:
+        return ENOMEM;
+    case CAIRO_STATUS_INVALID_SIZE:
+        return EOVERFLOW;
+    default:
+        return EINVAL;
+    }
+}
+
 bool is_on_display(const region_format& format, const subpicture& display_set)
 {
     if (format.x <= display_set.width && format.y <= display_set.height)
         return true;
     std::fputs("Error: Region out of display\n", stderr);
+    errno = ERANGE;
     return false;
 }
 
@@ -73,12 +93,12 @@ std::int32_t AddSurfaceRegion(
     if (cairo_image_surface_get_data(surface.get()) == nullptr) {
         std::fprintf(stderr, "Error: Cannot draw region of %ux%u pixels: %s\n", format.width, format.height,
             cairo_status_to_string(cairo_surface_status(surface.get())));
-        return drawing_failed;
+        return fail_drawing(error_of(cairo_surface_status(surface.get())));
     }
     auto* region = subpicture_region_New(format);
     if (region == nullptr) {
         std::fprintf(stderr, "Error: Cannot allocate region of %ux%u pixels\n", format.width, format.height);
-        return drawing_failed;
+        return fail_drawing(ENOMEM);
     }
     region->x = format.x;
     region->y = format.y;

@@ -5,10 +5,19 @@
 
 #include <cstdint>
 
-/// Results of the drawing operations. A failed one has added no region and, except where it says
-/// otherwise, has told why on standard error.
+/// Results of the drawing operations. A failed one has added no region, has left the reason in `errno` and,
+/// except where it says otherwise, has told more on standard error. Reasons are ENOMEM, EINVAL (a null
+/// argument, or a file that is no picture), ERANGE (off the display), EOVERFLOW (too large), E2BIG (a text
+/// that is too long) and those of a file that cannot be opened or read.
 inline constexpr std::int32_t drawing_done = 0;
 inline constexpr std::int32_t drawing_failed = -1;
+
+/// Leaves the reason behind. Returns `drawing_failed`.
+std::int32_t fail_drawing(int error);
+
+/// What an error of cairo is to `errno`. (It calls whatever a PNG file has wrong a lack of memory: see
+/// `load_image`.)
+[[nodiscard]] int error_of(cairo_status_t status);
 
 /// One pixel as the planes of a "YUVA" picture hold it.
 struct yuva {
@@ -37,7 +46,7 @@ constexpr yuva yuva_of(std::uint32_t argb)
 }
 
 /// Whether the region's top left corner lies on the display, its right and bottom border included.
-/// Otherwise prints "Error: Region out of display\n" on standard error.
+/// Otherwise prints "Error: Region out of display\n" on standard error and leaves ERANGE in `errno`.
 [[nodiscard]] bool is_on_display(const region_format& format, const subpicture& display_set);
 
 /// Whether the region has no pixel. Such a region is left out of the display set, which is no failure;

@@ -1,6 +1,7 @@
 #include "text_region.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <limits>
@@ -130,8 +131,10 @@ std::int32_t AddTextSubtitle(
     region_format* format, const text_style* style, subpicture* display_set, bool adjust)
 {
     if (format == nullptr || style == nullptr || display_set == nullptr)
-        return drawing_failed;
-    if (is_too_long(*style) || !is_on_display(*format, *display_set))
+        return fail_drawing(EINVAL);
+    if (is_too_long(*style))
+        return fail_drawing(E2BIG);
+    if (!is_on_display(*format, *display_set))
         return drawing_failed;
 
     const point origin =
@@ -147,7 +150,7 @@ std::int32_t AddMultiTextSubtitle(
     const region_format* format, std::uint32_t count, const text_style* first, subpicture* display_set)
 {
     if (format == nullptr || first == nullptr || display_set == nullptr)
-        return drawing_failed;
+        return fail_drawing(EINVAL);
     if (!is_on_display(*format, *display_set))
         return drawing_failed;
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <span>
@@ -113,14 +114,17 @@ bool make_encodable(const encoder& state, subpicture& page)
         look_up_coded_regions(page, *state.encoded);
     if (drawn && YuvaYuvp(&page) == nullptr) {
         std::fputs("no picture in subpicture\n", stderr);
+        errno = ENOMEM;
         return false;
     }
     if (first.chroma != chroma_yuvp) {
         std::fputs("chroma not supported\n", stderr);
+        errno = EINVAL;
         return false;
     }
     if (first.palette != nullptr && !can_encode(*first.palette)) {
         std::fprintf(stderr, "subpicture palette (%d) not handled\n", first.palette->entry_count);
+        errno = EINVAL;
         return false;
     }
     return true;

@@ -29,7 +29,8 @@ struct encoder {
 /// The PES_data_field (ETSI EN 300 743) of the whole display set, converted to palettes first if
 /// it still is "YUVA"; cut at 64,000 bytes. The caller owns the block and releases it with one
 /// `free`. Null, after a message on standard error where the display set is at fault, when it cannot
-/// be encoded or holds no region (or is null), and when there is no memory.
+/// be encoded or holds no region (or is null), and when there is no memory; `errno` tells which: EINVAL or
+/// ENOMEM.
 [[nodiscard]] block* Encode(encoder* state, subpicture* page);
 
 /// The same for a display set that repeats only the page composition, with the next version; cut at

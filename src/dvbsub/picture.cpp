@@ -1,5 +1,6 @@
 #include "picture.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <limits>
 #include <malloc.h>
@@ -59,11 +60,11 @@ palette* copy_palette(const palette* source)
 block* block_New(std::uint32_t size_bytes)
 {
     const std::uint64_t total = round_up(std::uint64_t{size_bytes}) + block_overhead;
-    if (!allocatable(total))
+    void* const memory = allocatable(total) ? std::malloc(static_cast<std::size_t>(total)) : nullptr;
+    if (memory == nullptr) {
+        errno = ENOMEM;
         return nullptr;
-    void* const memory = std::malloc(static_cast<std::size_t>(total));
-    if (memory == nullptr)
-        return nullptr;
+    }
     auto* const bytes = static_cast<std::uint8_t*>(memory);
     const auto address = reinterpret_cast<std::uintptr_t>(memory);
     const std::uintptr_t data = round_up(address + block_record_size) + block_headroom;

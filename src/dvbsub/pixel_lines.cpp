@@ -255,7 +255,7 @@ void encode_pixel_data(bit_writer& out, const subpicture_region& region, std::ui
     if (region.chroma != chroma_yuvp || region.palette == nullptr)
         return;
     std::uint32_t line = top != 0 ? 0 : 1;
-    for (; line < region.height; line += region.picture->field_count) {
+    for (; line < region.height && out.current != out.end; line += region.picture->field_count) {
         write_sub_block(out, region, line);
         bs_write(out, 8, end_of_object_line_code);
     }

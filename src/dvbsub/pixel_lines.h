@@ -12,7 +12,7 @@
 /// field (lines 0, 2, 4, …) or, with `top` 0, the bottom field (1, 3, 5, …). The palette's
 /// `entry_count` selects the depth: 4, 16 or 256; with 0 a line is its end code alone, and with any
 /// other count too, after a message on standard error. Writes nothing for a region that is not
-/// "YUVP" or has no palette.
+/// "YUVP" or has no palette, and no line behind the end of the buffer.
 void encode_pixel_data(bit_writer& out, const subpicture_region& region, std::uint8_t top);
 
 /// Each writes one line as 2-bit (4-bit, 8-bit) pixel code string (7.2.5.2) with its end code, and

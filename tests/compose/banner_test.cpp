@@ -77,6 +77,17 @@ TEST_F(Banner, LabelsItsIcons)
     }
 }
 
+/// On an icon one pixel wide its scaled font is enormous. The icon behind it is told to be at fault.
+TEST_F(Banner, TellsWhichLabelTheFontLibraryRefused)
+{
+    const auto path = write_png(folder, "hdmi.png", 1, 500, "GGGG");
+    const std::string refusal = "Error: Cannot write X 7 on image " + path + " of 1x500 pixels: ";
+    EXPECT_TRUE(build({.hdmi = seven}).report.starts_with("0 88x550+603+14: " + refusal));
+    const auto followed = build({.hdmi = seven, .threeD_ready = 1}).report;
+    EXPECT_TRUE(followed.starts_with("-1 Invalid argument: " + refusal)) << followed;
+    EXPECT_NE(followed.find("Error: Cannot scale image " + directory + "3dready.png"), std::string::npos);
+}
+
 TEST_F(Banner, FailsWithItsMessage)
 {
     const auto format = yuva_format(88, 550);
@@ -85,10 +96,11 @@ TEST_F(Banner, FailsWithItsMessage)
     EXPECT_EQ(BuildFeaturesBanner(nullptr, &article, set.get(), {}), -1);
     EXPECT_EQ(BuildFeaturesBanner(&format, nullptr, set.get(), {}), -1);
     EXPECT_EQ(BuildFeaturesBanner(&format, &article, nullptr, {}), -1);
-    EXPECT_EQ(build(article, yuva_format(0, 550)).report, "-1");
-    EXPECT_EQ(build(article, yuva_format(88, 550, 0, 577)).report, "-1: Error: Region out of display\n");
+    EXPECT_EQ(build(article, yuva_format(0, 550)).report, "-1 Invalid argument");
+    EXPECT_EQ(build(article, yuva_format(88, 550, 0, 577)).report,
+        "-1 Numerical result out of range: Error: Region out of display\n");
     EXPECT_EQ(build(article, yuva_format(88, 0)).report,
-        "-1: Error: Cannot scale image " + directory
+        "-1 Invalid argument: Error: Cannot scale image " + directory
             + "led.png (176,137) to (88,0) : " + cairo_status_to_string(CAIRO_STATUS_INVALID_MATRIX) + "\n");
 }
 

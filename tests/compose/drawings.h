@@ -8,7 +8,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <memory>
 #include <string>
@@ -37,7 +39,11 @@ struct outcome {
 inline outcome outcome_of(const std::function<std::int32_t(subpicture*)>& draw)
 {
     outcome drawn;
-    const auto messages = stderr_of([&] { drawn.report = std::to_string(draw(drawn.display_set.get())); });
+    const auto messages = stderr_of([&] {
+        errno = 0;
+        const std::int32_t result = draw(drawn.display_set.get());
+        drawn.report = std::to_string(result) + (result < 0 ? std::string(" ") + std::strerror(errno) : "");
+    });
     for (const auto* region = drawn.display_set->regions; region != nullptr; region = region->next)
         drawn.report += " " + std::to_string(region->width) + "x" + std::to_string(region->height) + "+"
             + std::to_string(region->x) + "+" + std::to_string(region->y);

@@ -91,12 +91,17 @@ TEST_F(Image, FailsWithItsMessage)
     EXPECT_EQ(AddImageSubtitle(nullptr, "/none", set.get(), true, nullptr), -1);
     EXPECT_EQ(AddImageSubtitle(&format, nullptr, set.get(), true, nullptr), -1);
     EXPECT_EQ(AddImageSubtitle(&format, "/none", nullptr, true, nullptr), -1);
-    EXPECT_EQ(add(yuva_format(0, 40), "/none", true, nullptr).report, "-1");
-    EXPECT_EQ(add(yuva_format(60, 0), "/none", false, nullptr).report, "-1");
-    EXPECT_EQ(
-        add(yuva_format(1, 1, 721), "/none", false, nullptr).report, "-1: Error: Region out of display\n");
+    EXPECT_EQ(add(yuva_format(0, 40), "/none", true, nullptr).report, "-1 Invalid argument");
+    EXPECT_EQ(add(yuva_format(60, 0), "/none", false, nullptr).report, "-1 Invalid argument");
+    EXPECT_EQ(add(yuva_format(1, 1, 721), "/none", false, nullptr).report,
+        "-1 Numerical result out of range: Error: Region out of display\n");
     EXPECT_EQ(add(format, "/none", false, nullptr).report,
-        "-1: Error: Cannot render image /none: file not found\n");
+        "-1 No such file or directory: Error: Cannot render image /none: file not found\n");
+    const auto text = write_file(folder, "text.png", "no picture");
+    EXPECT_TRUE(
+        add(format, text, false, &cache).report.starts_with("-1 Invalid argument: Error: Cannot render"));
+    EXPECT_TRUE(
+        add(format, "/", false, &cache).report.starts_with("-1 Is a directory: Error: Cannot render"));
 }
 
 TEST_F(Image, IsTheSameFromTheCache)

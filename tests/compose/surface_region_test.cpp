@@ -23,9 +23,10 @@ TEST(SurfaceRegion, NeedsASurfaceAndMemory)
         }).report;
     };
     EXPECT_EQ(report(-1, 10),
-        "-1: Error: Cannot draw region of 10x10 pixels: "
+        "-1 Value too large for defined data type: Error: Cannot draw region of 10x10 pixels: "
         "invalid value (typically too big) for the size of the input (surface, pattern, etc.)\n");
-    EXPECT_EQ(report(1, 0xFFFFFFFF), "-1: Error: Cannot allocate region of 4294967295x4294967295 pixels\n");
+    EXPECT_EQ(report(1, 0xFFFFFFFF),
+        "-1 Cannot allocate memory: Error: Cannot allocate region of 4294967295x4294967295 pixels\n");
 }
 
 } // namespace
