@@ -12,6 +12,7 @@ struct emulation {
     static constexpr const char* memory_variable = "EPLD_EMULATOR_MEMORY"; ///< names its descriptor
 
     // What is asked for.
+    bool output_on_ethernet = false;  ///< where the daemon has nothing to do
     bool real_time = false;           ///< otherwise time passes only in sleeps and on the bus
     std::int64_t start_s = 0;         ///< the clock's reading at the beginning, seconds since the epoch
     std::int64_t clock_set_at_ns = 0; ///< when somebody sets the clock

@@ -98,6 +98,8 @@ void set_control(epld_model& device, std::uint8_t value)
     device.control = value;
     if (was_inserting || !is_inserting(device))
         return;
+    if (device.inserting_since_us < 0)
+        device.inserting_since_us = device.now_us;
     device.table_due_us.fill(device.now_us);
     judge_insertion(device);
 }

@@ -45,10 +45,11 @@ struct epld_model {
 
     bool new_generation = true;
     std::array<std::uint8_t, memory_size> memory{};
-    std::uint32_t pointer = 0;  ///< where the data port reads and writes next
-    std::uint8_t control = 0;   ///< register 0
-    bool tables_deleted = true; ///< since power-on
-    std::int64_t now_us = 0;    ///< kept by whoever runs the model
+    std::uint32_t pointer = 0;            ///< where the data port reads and writes next
+    std::uint8_t control = 0;             ///< register 0
+    bool tables_deleted = true;           ///< since power-on
+    std::int64_t now_us = 0;              ///< kept by whoever runs the model
+    std::int64_t inserting_since_us = -1; ///< when insertion was first switched on; negative: never
 
     /// Faults to play. Streams slots count from 0 in header-table order.
     std::int64_t requests_until_fault = never; ///< requests that succeed before one fails

@@ -60,10 +60,22 @@ bool provide_version_file(emulation& run, const std::string& generation)
     return true;
 }
 
+/// For a stream that goes to standard output: all other output goes to standard error from now on.
+int take_standard_output()
+{
+    const int descriptor = dup(STDOUT_FILENO);
+    dup2(STDERR_FILENO, STDOUT_FILENO);
+    return descriptor;
+}
+
 bool open_output(output_file& file, const std::string& path)
 {
     if (path.empty())
         return true;
+    if (path == "-") {
+        file.descriptor = take_standard_output();
+        return true;
+    }
     file.descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
     return file.descriptor >= 0 || complain_about("cannot write", path);
 }
@@ -115,6 +127,8 @@ bool prepare(emulation& run, const launch_options& options)
 {
     power_on(run.device);
     run.real_time = options.real_time;
+    const char* const output = std::getenv("PREF_SYSTEM_STREAMER_1_OUTPUT");
+    run.output_on_ethernet = output != nullptr && std::strcmp(output, "Ethernet") == 0;
     run.start_s = options.start_s >= 0 ? options.start_s : std::time(nullptr);
     run.clock_set_at_ns = options.clock_set.at_s * second_ns;
     run.clock_set_by_s = options.clock_set.by_s;
@@ -224,6 +238,7 @@ daemon_end run_daemon(const launch_options& options, emulation& run, int memory_
     sigprocmask(SIG_BLOCK, &signals, &former);
     const pid_t daemon = fork();
     if (daemon == 0) {
+        std::signal(SIGPIPE, SIG_DFL);
         sigprocmask(SIG_SETMASK, &former, nullptr);
         become_daemon(options, run, memory_descriptor);
     }
@@ -255,6 +270,7 @@ bool write_summary(const std::string& text, const std::string& path)
 int main(int argc, char** argv)
 {
     keep_standard_streams();
+    std::signal(SIGPIPE, SIG_IGN); // a player that ends is said to be a fault of the output
     const launch_options options = parse_command_line(argc, argv);
     if (options.help)
         return std::fputs(help_text().c_str(), stdout) >= 0 ? 0 : status_no_run;
@@ -286,5 +302,5 @@ int main(int argc, char** argv)
     }
     if (!write_summary(summary(run, end), options.summary_path))
         return status_no_run;
-    return is_sound(run, end) ? 0 : status_unsound;
+    return faults_of(run, end).empty() ? 0 : status_unsound;
 }

@@ -114,7 +114,9 @@ constexpr option_rule rules[] = {
         [](launch_options& options, const char* text) {
             return store(options.bus_clock_hz, parse_number(text, 0, bus_clock_max));
         }},
-    {"stream", "FILE", "write the transport stream that leaves the board",
+    {"stream", "FILE",
+        "write the transport stream that leaves the board; -: to standard output, for a player,\n"
+        "and what else would go there to standard error",
         [](launch_options& options, const char* text) { return store_text(options.stream_path, text); }},
     {"encoder", "FILE", "a transport stream of constant rate whose null packets the device replaces",
         [](launch_options& options, const char* text) { return store_text(options.encoder_path, text); }},
@@ -171,7 +173,7 @@ launch_options parse_command_line(int argc, char** argv)
         }
         const option_rule& rule = rules[value];
         if (!rule.read(options, optarg)) {
-            options.error = std::string("--") + rule.name + " cannot be \"" + optarg + "\"";
+            options.error = std::string("--") + rule.name + " cannot be \"" + optarg + "\": " + rule.meaning;
             return options;
         }
     }
@@ -202,6 +204,7 @@ std::string help_text()
     return text
         + "  --help                this text\n\n"
           "Exit status: 0 when the run was sound, 1 when it was not (the summary says why), 2 when there\n"
-          "was no run. A run is sound when the daemon was still at work at its end, or had ended with\n"
-          "status 0, did nothing wrong towards the device, and no continuity counter was broken.\n";
+          "was no run. A run is sound when the daemon was still at work at its end (or the output is on\n"
+          "Ethernet), did nothing wrong towards the device, every table and every service was seen at\n"
+          "its rate, and nothing that left the board was broken.\n";
 }

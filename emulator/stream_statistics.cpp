@@ -43,8 +43,25 @@ void count_table(
         ++known->sections;
     } else if (statistics.table_count < statistics.tables.size()) {
         statistics.tables[statistics.table_count++] = {
-            .pid = pid, .table_id = table_id, .sections = 1, .last_us = time_us};
+            .pid = pid, .table_id = table_id, .sections = 1, .first_us = time_us, .last_us = time_us};
     }
+}
+
+/// Whether a PES packet carries a whole display set (ETSI EN 300 743, 7.2.2): its page_state is no "normal
+/// case".
+bool is_display_set(std::span<const std::uint8_t> pes)
+{
+    constexpr std::size_t pes_header_size = 14;
+    constexpr std::size_t page_state_at = pes_header_size + 2 + 7;
+    return pes.size() > page_state_at && pes[3] == 0xBD && pes[pes_header_size + 3] == 0x10
+        && (pes[page_state_at] >> 2 & 3) != 0;
+}
+
+void count_display_set(pid_statistics& pid, std::int64_t time_us)
+{
+    if (pid.display_sets++ != 0)
+        pid.longest_display_gap_us = std::max(pid.longest_display_gap_us, time_us - pid.last_display_set_us);
+    pid.last_display_set_us = time_us;
 }
 
 /// CRC-32/MPEG-2 (ISO/IEC 13818-1, annex A), bit by bit.
@@ -118,6 +135,8 @@ void count_packet(stream_statistics& statistics, const ts_packet& packet, std::i
     const auto payload = payload_of(packet);
     const bool starts = (packet[1] & unit_start) != 0 && payload.size() >= 3;
     follow_unit(pid, starts, payload);
+    if (starts && begins_pes(payload) && is_display_set(payload))
+        count_display_set(pid, time_us);
     if (!starts || begins_pes(payload))
         return;
     const std::size_t section_begin = 1U + payload[0];

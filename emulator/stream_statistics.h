@@ -9,6 +9,9 @@ struct pid_statistics {
     std::uint64_t packets = 0;
     std::uint64_t counter_errors = 0;
     std::uint64_t damaged_units = 0; ///< sections and PES packets
+    std::uint64_t display_sets = 0;  ///< of DVB subtitles, but no refreshes
+    std::int64_t last_display_set_us = 0;
+    std::int64_t longest_display_gap_us = 0; ///< between two of them
     std::uint8_t last_counter = 0;
     bool has_counter = false; ///< a packet with payload has been seen
 
@@ -23,6 +26,7 @@ struct table_statistics {
     std::uint16_t pid = 0;
     std::uint8_t table_id = 0;
     std::uint64_t sections = 0;
+    std::int64_t first_us = 0;
     std::int64_t last_us = 0;
     std::int64_t longest_gap_us = 0;
 };
