@@ -1,5 +1,6 @@
 #include "article_check.h"
 
+#include "banner.h"
 #include "canvas.h"
 #include "display_set.h"
 #include "formatted.h"
@@ -11,6 +12,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <optional>
 #include <set>
 #include <span>
 #include <string_view>
@@ -37,7 +39,7 @@ bool has_fixed_size(const expected_region& expected)
     return expected.text == nullptr ? !expected.layout->keepRatio : !expected.layout->adjustRegionSize;
 }
 
-bool is_drawn_as(const expected_region& expected, const subpicture_region& drawn)
+bool is_drawn_as(const expected_region& expected, const screen_region& drawn)
 {
     if (expected.layout == nullptr)
         return drawn.x == banner_box.x && drawn.y == banner_box.y;
@@ -134,20 +136,62 @@ void check_logo(finding_list& findings, const item& article)
                 cairo_status_to_string(status)));
 }
 
+/// How wide a label is over an icon, from its left edge on, in pixels of the display; nothing when it cannot
+/// be written. Labels share the scale of their icon: on one of a few pixels the font becomes enormous.
+std::optional<double> label_end(
+    const feature_icon& icon, const std::string& label, double width, double height)
+{
+    const canvas scratch = new_canvas(banner_box);
+    cairo_t* const context = scratch.context.get();
+    const double scale = banner_box.width / width;
+    cairo_scale(context, scale, banner_box.height / (icon_slots * height));
+    select_font(context, label_font, label_font_size);
+    cairo_text_extents_t ink{};
+    cairo_text_extents(context, label.c_str(), &ink);
+    cairo_move_to(context, 0, height);
+    cairo_show_text(context, label.c_str());
+    if (cairo_status(context) != CAIRO_STATUS_SUCCESS)
+        return std::nullopt;
+    return (icon.label->x * static_cast<std::uint32_t>(width) + ink.x_bearing + ink.width) * scale;
+}
+
+void check_label(finding_list& findings, const feature_icon& icon, int width, int height)
+{
+    const std::string label = std::string(icon.label->prefix) + icon.text;
+    const auto end = label_end(icon, label, width, height);
+    if (!end)
+        add(findings, severity::broken,
+            formatted("banner: \"%s\" cannot be written on %s.png of %dx%d pixels: an icon below it ends the "
+                      "daemon",
+                label.c_str(), icon.name, width, height));
+    else if (*end > banner_box.width + 1)
+        add(findings, severity::broken,
+            formatted("banner: \"%s\" is cut: %.0f pixels too wide for its icon", label.c_str(),
+                std::ceil(*end - banner_box.width)));
+}
+
+/// Returns the height of the icon's file, or nothing when it will be left out.
+std::optional<int> check_icon(finding_list& findings, const feature_icon& icon, const std::string& folder)
+{
+    const owned_surface image(cairo_image_surface_create_from_png((folder + icon.name + ".png").c_str()));
+    if (const cairo_status_t status = cairo_surface_status(image.get()); status != CAIRO_STATUS_SUCCESS) {
+        add(findings, severity::warning,
+            formatted("icon %s.png is missing: %s", icon.name, cairo_status_to_string(status)));
+        return std::nullopt;
+    }
+    const int width = cairo_image_surface_get_width(image.get());
+    const int height = cairo_image_surface_get_height(image.get());
+    if (icon.label)
+        check_label(findings, icon, width, height);
+    return height;
+}
+
 void check_icons(finding_list& findings, const item& article, const std::string& folder)
 {
     std::set<int> heights;
-    for (const char* name : icons_of(article)) {
-        if (name == nullptr)
-            break;
-        const owned_surface icon(cairo_image_surface_create_from_png((folder + name + ".png").c_str()));
-        const cairo_status_t status = cairo_surface_status(icon.get());
-        if (status == CAIRO_STATUS_SUCCESS)
-            heights.insert(cairo_image_surface_get_height(icon.get()));
-        else
-            add(findings, severity::warning,
-                formatted("icon %s.png is missing: %s", name, cairo_status_to_string(status)));
-    }
+    for (const feature_icon& icon : icons_of(article))
+        if (const auto height = icon.name == nullptr ? std::nullopt : check_icon(findings, icon, folder))
+            heights.insert(*height);
     if (heights.size() > 1)
         add(findings, severity::warning,
             formatted("banner: icons of %d to %d pixels in height: they shift or overlap", *heights.begin(),
@@ -165,7 +209,20 @@ void report_leaving(
                 static_cast<unsigned>(end - limit), edge));
 }
 
-bool overlap(const subpicture_region& one, const subpicture_region& other)
+/// Each pixel of a region takes 8 bytes while it is drawn and encoded.
+void report_size(finding_list& findings, const screen_region& region)
+{
+    constexpr std::uint64_t display_pixels = std::uint64_t{display_width} * display_height;
+    const std::uint64_t pixels = std::uint64_t{region.width} * region.height;
+    if (pixels > display_pixels)
+        add(findings, severity::warning,
+            formatted("%s: drawing %ux%u pixels, %.1f times the display, takes that much longer and %.0f MB "
+                      "of memory",
+                region.name.c_str(), region.width, region.height,
+                static_cast<double>(pixels) / display_pixels, static_cast<double>(pixels) * 8e-6));
+}
+
+bool overlap(const screen_region& one, const screen_region& other)
 {
     const auto meet = [](std::uint32_t begin, std::uint32_t size, std::uint32_t other_begin,
                           std::uint32_t other_size) {
@@ -174,19 +231,11 @@ bool overlap(const subpicture_region& one, const subpicture_region& other)
     return meet(one.x, one.width, other.x, other.width) && meet(one.y, one.height, other.y, other.height);
 }
 
-std::vector<const subpicture_region*> list_of(const subpicture& drawn)
-{
-    std::vector<const subpicture_region*> regions;
-    for (const subpicture_region* region = drawn.regions; region != nullptr; region = region->next)
-        regions.push_back(region);
-    return regions;
-}
-
-void report_left_out(finding_list& findings, const std::vector<expected_region>& expected,
-    const std::vector<expected_region>& matched)
+void report_left_out(finding_list& findings, const std::vector<screen_region>& drawn,
+    const std::vector<expected_region>& expected)
 {
     for (const expected_region& wanted : expected)
-        if (std::ranges::find(matched, wanted.name, &expected_region::name) == matched.end())
+        if (std::ranges::find(drawn, wanted.name, &screen_region::name) == drawn.end())
             add(findings, severity::warning, wanted.name + ": the region has no pixel and is left out");
 }
 
@@ -207,18 +256,15 @@ std::vector<expected_region> expected_regions(const item& article, const layout_
     return expected;
 }
 
-std::vector<expected_region> match_regions(
-    const std::vector<expected_region>& expected, const subpicture& drawn)
+void name_regions(std::vector<screen_region>& drawn, const std::vector<expected_region>& expected)
 {
-    std::vector<expected_region> matched;
     auto next = expected.begin();
-    for (const subpicture_region* region : list_of(drawn)) {
-        const auto found = std::find_if(next, expected.end(),
-            [&](const expected_region& wanted) { return is_drawn_as(wanted, *region); });
-        matched.push_back(found == expected.end() ? expected_region{.name = "?"} : *found);
+    for (screen_region& region : drawn) {
+        const auto found = std::find_if(
+            next, expected.end(), [&](const expected_region& wanted) { return is_drawn_as(wanted, region); });
+        region.name = found == expected.end() ? "?" : found->name;
         next = found == expected.end() ? next : found + 1;
     }
-    return matched;
 }
 
 finding_list check_article(
@@ -238,22 +284,21 @@ finding_list check_article(
     return findings;
 }
 
-finding_list check_regions(const subpicture& drawn, const std::vector<expected_region>& expected,
-    const std::vector<expected_region>& matched)
+finding_list check_regions(
+    const std::vector<screen_region>& drawn, const std::vector<expected_region>& expected)
 {
     finding_list findings;
-    report_left_out(findings, expected, matched);
-    const auto regions = list_of(drawn);
-    for (std::size_t i = 0; i < regions.size(); ++i) {
-        const subpicture_region& region = *regions[i];
-        const std::string& name = matched[i].name;
-        report_leaving(findings, name, std::uint64_t{region.x} + region.width, drawn.width, "right");
-        report_leaving(findings, name, std::uint64_t{region.y} + region.height, drawn.height, "bottom");
+    report_left_out(findings, drawn, expected);
+    for (std::size_t i = 0; i < drawn.size(); ++i) {
+        const screen_region& region = drawn[i];
+        const auto name = region.name.c_str();
+        report_leaving(findings, name, std::uint64_t{region.x} + region.width, display_width, "right");
+        report_leaving(findings, name, std::uint64_t{region.y} + region.height, display_height, "bottom");
+        report_size(findings, region);
         for (std::size_t j = 0; j < i; ++j)
-            if (overlap(region, *regions[j]))
+            if (overlap(region, drawn[j]))
                 add(findings, severity::warning,
-                    formatted(
-                        "%s and %s overlap: receivers may differ", matched[j].name.c_str(), name.c_str()));
+                    formatted("%s and %s overlap: receivers may differ", drawn[j].name.c_str(), name));
     }
     return findings;
 }

@@ -25,12 +25,11 @@ void append(finding_list& findings, const finding_list& more)
     findings.insert(findings.end(), more.begin(), more.end());
 }
 
-std::vector<screen_region> describe(const subpicture& drawn, const std::vector<expected_region>& names)
+std::vector<screen_region> describe(const subpicture& drawn)
 {
     std::vector<screen_region> regions;
     for (const subpicture_region* region = drawn.regions; region != nullptr; region = region->next)
-        regions.push_back({.name = names[regions.size()].name,
-            .x = region->x,
+        regions.push_back({.x = region->x,
             .y = region->y,
             .width = region->width,
             .height = region->height,
@@ -62,34 +61,34 @@ bool agrees(const screen_region& wanted, const decoded_region& decoded)
 }
 
 /// Two ways from the drawing to the screen: through the encoder and the decoder, and past them.
-void compare(article_screen& screen)
+void compare(finding_list& findings, const article_screen& screen)
 {
     if (!screen.page.problems.empty())
         return;
     const bool agree = std::ranges::equal(screen.regions, screen.page.regions, agrees); // and as many of them
     if (!agree)
-        add(screen.findings, severity::broken,
+        add(findings, severity::broken,
             "the encoded picture is not what was drawn: please report this fault of the software");
 }
 
-void check_encoding(article_screen& screen, const block& display_set)
+void check_encoding(
+    finding_list& findings, const std::vector<std::string>& problems, const block& display_set)
 {
-    const auto& problems = screen.page.problems;
     if (display_set.length >= display_set_capacity && !problems.empty())
-        add(screen.findings, severity::broken,
+        add(findings, severity::broken,
             formatted("the display set is cut at %u bytes: viewers see a broken page", display_set_capacity));
     for (std::size_t i = 0; i < std::min(problems.size(), problems_shown); ++i)
-        add(screen.findings, severity::broken, "a receiver finds: " + problems[i]);
+        add(findings, severity::broken, "a receiver finds: " + problems[i]);
 }
 
-void check_colours(article_screen& screen)
+void check_colours(finding_list& findings, const std::vector<screen_region>& regions)
 {
-    for (const screen_region& region : screen.regions) {
+    for (const screen_region& region : regions) {
         if (!region.colours.tolerance_sufficed)
-            add(screen.findings, severity::warning,
+            add(findings, severity::warning,
                 formatted("%s: 16 colours cannot stand for those of this picture", region.name.c_str()));
         if (region.colours.largest_error > largest_level)
-            add(screen.findings, severity::warning,
+            add(findings, severity::warning,
                 formatted("%s: the carried error has run away: some pixels have quite another colour",
                     region.name.c_str()));
     }
@@ -100,24 +99,32 @@ void check_colours(article_screen& screen)
 article_screen make_screen(subtitle_stream& stream, const item& article, const layout_region* layout,
     const image_source& images, coded_regions& encoded)
 {
-    const auto expected = expected_regions(article, layout);
-    article_screen screen{.findings = check_article(article, expected, std::string(images.folder))};
+    article_screen screen;
     const owned_subpicture drawn = draw_article(article, layout, images);
-    if (drawn) {
-        const auto names = match_regions(expected, *drawn);
-        append(screen.findings, check_regions(*drawn, expected, names));
-        screen.regions = describe(*drawn, names);
-    }
+    if (drawn)
+        screen.regions = describe(*drawn);
     screen.prepared = drawn && encode_service(stream, drawn.get(), encoded);
-    if (!screen.prepared) {
-        add(screen.findings, severity::broken, "the article cannot be prepared: the daemon does not start");
-        return screen;
-    }
-    screen.page = decode_display_set({stream.display_set->buffer, stream.display_set->length});
-    check_encoding(screen, *stream.display_set);
-    check_colours(screen);
-    compare(screen);
+    if (screen.prepared)
+        screen.page = decode_display_set({stream.display_set->buffer, stream.display_set->length});
     return screen;
+}
+
+finding_list check_screen(article_screen& screen, const subtitle_stream& stream, const item& article,
+    const layout_region* layout, const std::string& folder)
+{
+    const auto expected = expected_regions(article, layout);
+    finding_list findings = check_article(article, expected, folder);
+    name_regions(screen.regions, expected);
+    if (!screen.regions.empty()) // otherwise drawing broke off
+        append(findings, check_regions(screen.regions, expected));
+    if (!screen.prepared) {
+        add(findings, severity::broken, "the article cannot be prepared: the daemon does not start");
+        return findings;
+    }
+    check_encoding(findings, screen.page.problems, *stream.display_set);
+    check_colours(findings, screen.regions);
+    compare(findings, screen);
+    return findings;
 }
 
 std::uint32_t packets_of(const block& payload)

@@ -17,6 +17,7 @@
 #include <span>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 namespace {
 
@@ -33,9 +34,9 @@ struct preview {
     driver_state state{};
     image_cache images{};
     coded_regions encoded{};
-    finding_list findings{}; ///< about all screens
-    bool all_prepared = true;
-    std::string failure{}; ///< why the preview ends early
+    std::vector<article_screen> screens{}; ///< of all articles
+    finding_list findings{};               ///< about all that is shown
+    std::string failure{};                 ///< why the preview ends early
 };
 
 /// The services that the preview ends with.
@@ -54,7 +55,7 @@ int no_preview(const std::string& why)
     return status_no_preview;
 }
 
-/// The messages of the daemon's code come between the parts of the report, each at its place.
+/// What the daemon's code says on standard error comes between the parts of the report.
 void print(const std::string& text)
 {
     std::fputs(text.c_str(), stdout);
@@ -92,19 +93,28 @@ std::string picture_path(const preview& view, std::uint32_t number, const item& 
     return (std::filesystem::path(view.options.output) / name).string();
 }
 
+/// All of them, also those that are not asked for: see `make_screen`.
+void draw_articles(preview& view)
+{
+    const item* article = view.state.articles;
+    for (std::uint32_t i = 0; i < view.state.service_count; ++i, article = article->next)
+        view.screens.push_back(make_screen(view.state.streams[i], *article, view.state.layout,
+            {.folder = view.options.resources, .cache = &view.images}, view.encoded));
+}
+
 void show_article(preview& view, std::uint32_t index, const item& article)
 {
-    subtitle_stream& stream = view.state.streams[index];
-    const auto screen = make_screen(stream, article, view.state.layout,
-        {.folder = view.options.resources, .cache = &view.images}, view.encoded);
+    const subtitle_stream& stream = view.state.streams[index];
+    article_screen& screen = view.screens[index];
+    const auto findings = check_screen(screen, stream, article, view.state.layout, view.options.resources);
     std::string path;
     if (screen.prepared) {
         path = picture_path(view, index + 1, article);
         view.failure = write_screen(lay_over(view.ground, compose_screen(screen.page)), path);
     }
-    print(screen_heading(index + 1, article, path) + screen_report(screen, stream));
-    keep(view, screen.findings);
-    view.all_prepared = view.all_prepared && screen.prepared;
+    print(screen_heading(index + 1, article, path) + screen_report(screen, stream) + findings_report(findings)
+        + "\n");
+    keep(view, findings);
 }
 
 void show_articles(preview& view)
@@ -119,7 +129,8 @@ void show_articles(preview& view)
 /// With all display sets at hand, what the device has room for and how long it takes.
 void show_cycle(preview& view)
 {
-    if (view.state.service_count == 0 || !view.all_prepared || !view.options.article.empty())
+    const bool all_prepared = std::ranges::all_of(view.screens, &article_screen::prepared);
+    if (view.state.service_count == 0 || !all_prepared || !view.options.article.empty())
         return;
     if (const auto cost = measure_cycle(view.state))
         print(cycle_report(view.state, *cost));
@@ -168,6 +179,7 @@ int show(preview& view)
     if (view.state.service_count != 0 && !has_article(view))
         return no_preview("no article of this host has the code " + view.options.article);
     introduce(view);
+    draw_articles(view);
     show_articles(view);
     if (!view.failure.empty())
         return no_preview(view.failure);

@@ -74,7 +74,7 @@ std::string screen_report(const article_screen& screen, const subtitle_stream& s
     if (screen.prepared)
         text += "    " + bytes_and_packets("display set", *stream.display_set) + ", "
             + bytes_and_packets("refresh", *stream.refresh) + "\n";
-    return text + findings_report(screen.findings) + "\n";
+    return text;
 }
 
 std::string dropped_report(const shop& found)

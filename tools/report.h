@@ -12,7 +12,7 @@
 /// The heading of a screen; numbers count from 1.
 std::string screen_heading(std::uint32_t number, const item& article, const std::string& picture);
 
-/// Regions, sizes and findings of a screen.
+/// Regions and sizes of a screen.
 std::string screen_report(const article_screen& screen, const subtitle_stream& stream);
 
 /// Articles that are not shown, and why. Empty when all are.

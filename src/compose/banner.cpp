@@ -7,33 +7,11 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
-#include <optional>
 #include <utility>
 
 namespace {
 
 constexpr rgba black{.red = 0, .green = 0, .blue = 0, .alpha = 1};
-constexpr const char* label_font = "Arial";
-constexpr double label_font_size = 40; ///< in pixels of the icon file
-constexpr std::uint32_t icon_slots = 8;
-
-/// A part of an icon's width or height.
-struct fraction {
-    std::uint32_t numerator = 0;
-    std::uint32_t denominator = 1;
-};
-
-constexpr std::uint32_t operator*(const fraction& part, std::uint32_t whole)
-{
-    return part.numerator * whole / part.denominator;
-}
-
-/// The text of a feature, written over its icon. The origin is the start of the baseline.
-struct label_layout {
-    const char* prefix = ""; ///< before the text
-    fraction x;
-    fraction y;
-};
 
 /// Shown when its text is not null or its flag is set.
 struct feature {
@@ -54,9 +32,9 @@ constexpr feature features[] = {
     {.flag = &item::threeD_ready, .icon = "3dready"},
 };
 
-const char* text_of(const item& article, const feature& shown)
+const char* text_of(const item& article, const feature& wanted)
 {
-    return shown.text == nullptr ? nullptr : article.*shown.text;
+    return wanted.text == nullptr ? nullptr : article.*wanted.text;
 }
 
 bool has(const item& article, const feature& wanted)
@@ -64,9 +42,10 @@ bool has(const item& article, const feature& wanted)
     return wanted.flag == nullptr ? text_of(article, wanted) != nullptr : article.*wanted.flag != 0;
 }
 
-const char* icon_of(const item& article, const feature& shown)
+feature_icon icon_of(const item& article, const feature& shown)
 {
-    return shown.icon == nullptr ? text_of(article, shown) : shown.icon;
+    const char* const text = text_of(article, shown);
+    return {.name = shown.icon == nullptr ? text : shown.icon, .text = text, .label = shown.label};
 }
 
 /// The column of icons while it grows.
@@ -77,29 +56,30 @@ struct icon_column {
     double cursor = 0; ///< rows of the icon files drawn so far
 };
 
-void write_label(const icon_column& column, const label_layout& label, const char* text,
-    const placed_image& icon, const char* path)
+void write_label(
+    const icon_column& column, const feature_icon& icon, const placed_image& image, const char* path)
 {
+    const label_layout& label = *icon.label;
     set_colour(column.context, black);
-    cairo_move_to(column.context, label.x * icon.width, column.cursor + label.y * icon.height);
+    cairo_move_to(column.context, label.x * image.width, column.cursor + label.y * image.height);
     cairo_show_text(column.context, label.prefix);
-    cairo_show_text(column.context, text);
+    cairo_show_text(column.context, icon.text);
     // The next icon will be told to be at fault, since the context stays so.
     if (cairo_status(column.context) != CAIRO_STATUS_SUCCESS)
-        std::fprintf(stderr, "Error: Cannot write %s%s on image %s of %ux%u pixels: %s\n", label.prefix, text,
-            path, icon.width, icon.height, cairo_status_to_string(cairo_status(column.context)));
+        std::fprintf(stderr, "Error: Cannot write %s%s on image %s of %ux%u pixels: %s\n", label.prefix,
+            icon.text, path, image.width, image.height, cairo_status_to_string(cairo_status(column.context)));
 }
 
 /// A label is written anew for every article, as all text is: see `AddTextSubtitle`.
-[[nodiscard]] bool draw_icon(icon_column& column, const feature& shown, const item& article,
-    const placed_image& icon, const char* path)
+[[nodiscard]] bool draw_icon(
+    icon_column& column, const feature_icon& icon, const placed_image& image, const char* path)
 {
     cairo_save(column.context);
-    if (!paint_image(column.context, icon, path))
+    if (!paint_image(column.context, image, path))
         return false;
-    if (shown.label)
-        write_label(column, *shown.label, text_of(article, shown), icon, path);
-    column.cursor += icon.height;
+    if (icon.label)
+        write_label(column, icon, image, path);
+    column.cursor += image.height;
     cairo_restore(column.context);
     return true;
 }
@@ -111,28 +91,20 @@ void report_missing(std::string_view folder, const char* name, cairo_status_t st
 }
 
 /// Whether the column can go on: a missing icon does not end it.
-[[nodiscard]] bool draw_feature(icon_column& column, const feature& shown, const item& article)
+[[nodiscard]] bool draw_feature(icon_column& column, const feature_icon& icon)
 {
     const auto& [folder, cache] = column.source;
-    const char* const name = icon_of(article, shown);
-    const auto path = picture_path(folder, name);
+    const auto path = picture_path(folder, icon.name);
     const image_place place{.width = column.format.width,
         .height = column.format.height,
         .slots = icon_slots,
         .y = column.cursor};
-    const placed_image icon =
+    const placed_image image =
         path ? load_image(path->data(), place, cache) : placed_image{.status = CAIRO_STATUS_FILE_NOT_FOUND};
-    if (icon.status == CAIRO_STATUS_SUCCESS)
-        return draw_icon(column, shown, article, icon, path->data());
-    report_missing(folder, name, icon.status);
+    if (image.status == CAIRO_STATUS_SUCCESS)
+        return draw_icon(column, icon, image, path->data());
+    report_missing(folder, icon.name, image.status);
     return true;
-}
-
-[[nodiscard]] bool draw_features(icon_column& column, const item& article)
-{
-    return std::ranges::all_of(features, [&](const feature& candidate) {
-        return !has(article, candidate) || draw_feature(column, candidate, article);
-    });
 }
 
 } // namespace
@@ -161,7 +133,10 @@ std::int32_t BuildFeaturesBanner(
     fill(drawn.context.get(), *format, black);
     select_font(drawn.context.get(), label_font, label_font_size);
     icon_column column{.context = drawn.context.get(), .format = *format, .source = icons};
-    if (!draw_features(column, *article))
+    const auto draw = [&](const feature_icon& icon) {
+        return icon.name == nullptr || draw_feature(column, icon);
+    };
+    if (!std::ranges::all_of(icons_of(*article), draw))
         return drawing_failed;
     return AddSurfaceRegion(std::move(drawn.surface), std::move(drawn.context), *format, *display_set);
 }

@@ -73,6 +73,9 @@ const previewed_shop shops[] = {
         wide_logo},
     {"error that runs away", article("A1", "<brand>Ramp</brand>"),
         R"(<region name="brand" width="200" height="100"><image/></region>)"},
+    {"labels", article("A1", "<size>80 cm (32\")</size>") + article("A2", "<hdmi>2</hdmi><usb>1</usb>")},
+    {"enormous region", article("A1", "<price>9</price>"),
+        R"(<region name="price" width="1000" height="500"><text font="Liberation Sans" size="9"/></region>)"},
     {"logo that is none", article("A1", "<brand>Bad</brand>"), wide_logo},
     {"malformed files", "<article></a>", "<broken"},
     {"another host", article("B1", "", "stand-2") + article("B2", "", "stand-2"), price_region,
@@ -128,6 +131,7 @@ void write_files(const temporary_folder& folder, const previewed_shop& shop)
     write_png(folder, "led.png", 176, 137, white);
     write_png(folder, "size.png", 176, 137, white);
     write_png(folder, "tall.png", 10, 200, white);
+    write_png(folder, "hdmi.png", 1, 500, white);
     write_png(folder, "noisy.png", 590, 560, noise);
     write_png(folder, "ramp.png", 200, 100, runaway);
 }
@@ -206,6 +210,23 @@ TEST(Preview, ShowsTheScreenOfAnArticle)
     };
     for (const auto& [column, line, colour] : pixels)
         EXPECT_EQ(shown.at(720 * line + column), colour) << column;
+}
+
+TEST(Preview, ShowsAnArticleAloneAsAmongAll)
+{
+    // A text of 7 pixels changes how the font is hinted from then on.
+    const host_settings settings;
+    const temporary_folder folder;
+    write_files(folder,
+        {.name = "small text before",
+            .articles = article("A1", "<model>abc</model>") + article("A2", "<price>1 299</price>"),
+            .layout = price_region + R"(<region name="model" width="80" height="40">
+                    <text font="Liberation Sans" size="7" foregroundColor="FFFFFFFF"/></region>)"});
+    run_of(folder, {"--article", "A2"});
+    EXPECT_FALSE(std::filesystem::exists(folder.path / "out/screen-1-A1.png"));
+    const auto alone = read_file(folder.path / "out/screen-2-A2.png");
+    run_of(folder, {});
+    EXPECT_EQ(alone, read_file(folder.path / "out/screen-2-A2.png"));
 }
 
 TEST(Preview, LaysScreensOverTheBackgroundByOpacity)

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "plain_conversion.h"
+
+#include <cstdint>
+#include <string>
+
+/// One region of a screen as it was drawn.
+struct screen_region {
+    std::string name{};  ///< of the layout's region, or "banner"
+    std::uint32_t x = 0; ///< on the display, pixels
+    std::uint32_t y = 0;
+    std::uint32_t width = 0; ///< pixels
+    std::uint32_t height = 0;
+    plain::colour_reduction colours{};
+};
