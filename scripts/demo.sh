@@ -7,7 +7,7 @@
 need_packages "${build_packages[@]}" fonts-liberation ffmpeg tshark
 build release
 mkdir -p out
-rm -f out/screen-*.png
+rm -f out/screen-*.png out/demo*
 
 say "making an encoder stream: a minute of H.264 on PID 4113 and AAC on PID 4352, at a constant rate"
 ffmpeg -v error -y -t 60 \
@@ -18,6 +18,7 @@ ffmpeg -v error -y -t 60 \
     fail "ffmpeg could not make the encoder stream"
 
 say "running the daemon with the sample shop"
+unset "${!PREF_@}" # settings of whoever calls this
 set -a
 # shellcheck source=../samples/shop/settings.env
 . samples/shop/settings.env
@@ -28,6 +29,10 @@ build/release/bin/epld-emulator --resources samples/shop --start "2026-11-18 14:
 
 say "reading the tables back with tshark"
 scripts/list-tables.sh out/demo.ts >out/demo-tables.txt || fail "tshark could not read out/demo.ts"
+for table in "Program Association" "Program Map" "Network Information" "Service Description" "Event Information" \
+    "Time and Date" "Time Offset"; do
+    grep -q "$table Table" out/demo-tables.txt || fail "tshark finds no $table Table in out/demo.ts"
+done
 
 say "decoding every service with ffmpeg"
 services=$(ffprobe -v error -select_streams s -show_entries stream=index -of csv=p=0 out/demo.ts | sort -u | grep -c .)
@@ -40,6 +45,10 @@ for ((i = 0; i < services; ++i)); do
 done
 ffmpeg -v error -y -t 24 -i out/demo.ts -filter_complex "$graph$overlays" "${outputs[@]}" ||
     fail "ffmpeg could not decode the services of out/demo.ts"
+ffmpeg -v error -y -t 24 -i out/demo.ts -vf trim=start=20 -frames:v 1 -update 1 out/screen-none.png
+pictures=$(md5sum out/screen-*.png | cut -d " " -f 1 | sort -u | wc -l)
+rm out/screen-none.png
+[ "$pictures" -eq $((services + 1)) ] || fail "ffmpeg does not show $services different subtitles of out/demo.ts"
 
 say "out/demo.ts: the stream, for any player; choose one of its $services subtitles
    out/screen-0.png to out/screen-$((services - 1)).png: what a viewer sees of each service

@@ -4,7 +4,10 @@
 set -euo pipefail
 [ $# -eq 1 ] && [ -r "$1" ] || { echo "list-tables.sh: give it a transport stream" >&2; exit 1; }
 
-tshark -r "$1" -o mpeg_sect.verify_crc:TRUE -V \
+# What whoever calls this has set for tshark must not change the list.
+settings=$(mktemp -d)
+trap 'rm -rf "$settings"' EXIT
+env HOME="$settings" WIRESHARK_CONFIG_DIR="$settings" LC_ALL=C tshark -r "$1" -o mpeg_sect.verify_crc:TRUE -V \
     -Y 'mpeg_pat || mpeg_pmt || dvb_nit || dvb_sdt || dvb_eit || dvb_tdt || dvb_tot' 2>/dev/null |
 awk '
     function number(hexadecimal, i, value) {
@@ -33,5 +36,11 @@ awk '
             while (match($0, /0x[0-9a-f]+/) && RLENGTH <= 6)
                 $0 = substr($0, 1, RSTART - 1) number(substr($0, RSTART, RLENGTH)) substr($0, RSTART + RLENGTH)
         print
+    }
+    END {
+        if (NR == 0) {
+            print "list-tables.sh: tshark finds no table" > "/dev/stderr"
+            exit 1
+        }
     }
 '

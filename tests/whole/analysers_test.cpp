@@ -15,8 +15,10 @@ constexpr std::pair<const char*, const char*> settings[] = {{"SERVICE_ID", "100"
 /// Fields of the first packet that matches a filter, with CRCs verified (1: good).
 std::string fields(const std::string& stream, const std::string& filter, const std::string& names)
 {
-    const std::string lines = output_of_command("tshark -r " + stream + " -o mpeg_sect.verify_crc:TRUE -Y '"
-        + filter + "' -T fields" + std::regex_replace(" " + names, std::regex(" "), " -e "));
+    const std::string lines =
+        output_of_command("HOME=/nonexistent WIRESHARK_CONFIG_DIR=/nonexistent tshark -r " + stream
+            + " -o mpeg_sect.verify_crc:TRUE -Y '" + filter + "' -T fields"
+            + std::regex_replace(" " + names, std::regex(" "), " -e "));
     return lines.substr(0, lines.find('\n'));
 }
 
