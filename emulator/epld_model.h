@@ -27,9 +27,10 @@ enum class violation_kind : std::uint8_t {
     armed_too_early,       ///< stream slot 0 loaded before slot 1 was acknowledged
     tables_not_deleted,    ///< insertion switched on over what was in memory before
     control_bits_changed,  ///< other bits of register 0 than that of insertion
+    bus_takes_messages,    ///< the bus opened as a standard stream, which had been closed
 };
 inline constexpr std::size_t violation_kinds =
-    static_cast<std::size_t>(violation_kind::control_bits_changed) + 1;
+    static_cast<std::size_t>(violation_kind::bus_takes_messages) + 1;
 
 struct violation {
     violation_kind kind = violation_kind::unknown_register;

@@ -3,6 +3,7 @@
 // nothing and prints nothing, so that the daemon's own memory and output stay as they are.
 
 #include "emulation.h"
+#include "judge.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -126,6 +127,9 @@ int open_bus()
         return refuse(ENOENT);
     bus_descriptor = static_cast<int>(syscall(SYS_openat, AT_FDCWD, "/dev/null", O_PATH | O_CLOEXEC));
     run->device_open = bus_descriptor >= 0;
+    if (bus_descriptor >= 0 && bus_descriptor <= STDERR_FILENO)
+        report_violation(
+            run->device, violation_kind::bus_takes_messages, static_cast<std::uint32_t>(bus_descriptor));
     return bus_descriptor;
 }
 

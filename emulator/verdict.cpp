@@ -34,6 +34,7 @@ constexpr const char* violation_texts[] = {
     "stream slot 0 loaded before slot 1 was acknowledged",
     "insertion switched on without deleting the tables first",
     "other bits of register 0 changed than that of insertion",
+    "bus opened as a standard stream, where messages go",
 };
 static_assert(std::size(violation_texts) == violation_kinds, "a text for each kind");
 

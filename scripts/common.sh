@@ -39,7 +39,7 @@ need_packages() {
 
 # What every build needs, and more of them for what the scripts do.
 build_packages=(g++ cmake ninja-build pkg-config libexpat1-dev libcairo2-dev)
-test_packages=(libgtest-dev libgmock-dev fonts-liberation fonts-dejavu-core ffmpeg tshark)
+test_packages=(libgtest-dev libgmock-dev libpng-dev fonts-liberation fonts-dejavu-core ffmpeg tshark)
 lint_packages=(git clang clang-format clang-tidy)
 fuzz_packages=(clang libclang-rt-14-dev llvm fonts-liberation fonts-dejavu-core)
 

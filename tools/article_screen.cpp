@@ -37,12 +37,11 @@ std::vector<screen_region> describe(const subpicture& drawn)
     return regions;
 }
 
-/// A colour as the CLUT definition sends it (7.2.4): black is Y 16, Y 0 is kept for full transparency.
+/// A colour as the CLUT definition sends it (7.2.4): Y 0 stands for full transparency.
 clut_colour as_sent(const palette_entry& colour)
 {
     const auto [y, u, v, a] = colour;
-    const auto opaque_y = y == 0 ? std::uint8_t{16} : y;
-    return {.y = a == 0 ? std::uint8_t{0} : opaque_y,
+    return {.y = a == 0 ? std::uint8_t{0} : y,
         .cr = v,
         .cb = u,
         .t = static_cast<std::uint8_t>(255 - a),

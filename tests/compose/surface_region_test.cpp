@@ -12,6 +12,8 @@ TEST(PixelConversion, RoundsTowardMinusInfinity)
 {
     for (const auto& [letter, argb, pixel] : letter_colours)
         EXPECT_EQ(yuva_of(argb), pixel) << letter;
+    // 66 + 25 * 238 + 128 is a multiple of 256, as is not with one less.
+    EXPECT_EQ(yuva_of(0x800100EE), (yuva{.y = 24 + 16, .u = 104 + 128, .v = 128 - 16, .a = 0x80}));
 }
 
 TEST(SurfaceRegion, NeedsASurfaceAndMemory)

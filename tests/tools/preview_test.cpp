@@ -73,6 +73,8 @@ const previewed_shop shops[] = {
         wide_logo},
     {"error that runs away", article("A1", "<brand>Ramp</brand>"),
         R"(<region name="brand" width="200" height="100"><image/></region>)"},
+    {"regions in one place", article("A1", "<price>9</price><model>8</model>"),
+        price_region + region("model", R"(x_pos="100" y_pos="200" width="80" height="40")")},
     {"labels", article("A1", "<size>80 cm (32\")</size>") + article("A2", "<hdmi>2</hdmi><usb>1</usb>")},
     {"enormous region", article("A1", "<price>9</price>"),
         R"(<region name="price" width="1000" height="500"><text font="Liberation Sans" size="9"/></region>)"},

@@ -41,6 +41,41 @@ std::string without(std::string text, const std::string& part)
 
 } // namespace
 
+constexpr const char* loads_refused = "--fail=write-block:300+"; // in the loop
+
+/// How the daemon runs and ends when nobody reads its messages.
+const struct {
+    const char* what;
+    std::vector<std::string> options;
+    std::string end;
+} unread_runs[] = {
+    {"at the start", {"--duration", "2"}, at_work},
+    {"a refused write in the loop", {"--duration", "22", loads_refused}, at_work},
+    {"an end", {"--generation", "none"}, failed},
+};
+
+TEST(Faults, GoesOnWhenNobodyReadsItsMessages)
+{
+    for (const auto& [what, options, end] : unread_runs) {
+        const temporary_folder folder;
+        const std::string pipe = (folder.path / "pipe").string();
+        const std::string without_reader =
+            "sh -c 'mkfifo " + pipe + " && exec 9<>" + pipe + " >" + pipe + " 2>&1 9<&- && exec " DAEMON "'";
+        const run_result result = run_daemon_emulated({.options = options, .program = without_reader});
+        EXPECT_EQ(result.daemon_end, end) << what << result.summary;
+        EXPECT_EQ(result.summary.find("ended by a signal"), std::string::npos) << what;
+    }
+}
+
+TEST(Faults, NeverTakesTheBusForAStandardStreamThatIsClosed)
+{
+    for (const std::string closed : {"<&-", ">&-", "2>&-", "<&- >&- 2>&-"}) {
+        const run_result result = run_daemon_emulated(
+            {.options = {"--duration", "2"}, .program = "sh -c 'exec " DAEMON " " + closed + "'"});
+        EXPECT_EQ(result.emulator_status, 0) << closed << result.summary;
+    }
+}
+
 /// A start and the first TDT and TOT, with every request of the bus refused once, one after another.
 /// A refused write only shows as its message, a refused test of a slot ends the daemon, and the bus is
 /// closed whenever it was open.
