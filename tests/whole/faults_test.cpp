@@ -59,8 +59,9 @@ TEST(Faults, GoesOnWhenNobodyReadsItsMessages)
     for (const auto& [what, options, end] : unread_runs) {
         const temporary_folder folder;
         const std::string pipe = (folder.path / "pipe").string();
-        const std::string without_reader =
-            "sh -c 'mkfifo " + pipe + " && exec 9<>" + pipe + " >" + pipe + " 2>&1 9<&- && exec " DAEMON "'";
+        std::string without_reader = "sh -c 'mkfifo ";
+        without_reader.append(pipe).append(" && exec 9<>").append(pipe).append(" >").append(pipe);
+        without_reader.append(" 2>&1 9<&- && exec " DAEMON "'");
         const run_result result = run_daemon_emulated({.options = options, .program = without_reader});
         EXPECT_EQ(result.daemon_end, end) << what << result.summary;
         EXPECT_EQ(result.summary.find("ended by a signal"), std::string::npos) << what;
