@@ -1,11 +1,9 @@
 #include "image.h"
 
-#include "banner.h"
 #include "drawings.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <random>
 #include <vector>
 
 namespace {
@@ -17,26 +15,6 @@ std::vector<std::uint8_t> pixels_of(const outcome& drawn)
         return {};
     const auto* bytes = region->picture->buffer;
     return {bytes, bytes + std::size_t{4} * region->width * region->height};
-}
-
-/// An icon of noise, opaque or with every kind of transparency, as large as it should be or of any size.
-void write_noise(const std::string& path, std::minstd_rand& numbers)
-{
-    const bool opaque = numbers() % 2 == 0;
-    const bool usual = numbers() % 4 != 0;
-    const int width = usual ? 176 : static_cast<int>(1 + numbers() % 300);
-    const int height = usual ? 137 : static_cast<int>(1 + numbers() % 300);
-    const owned_surface surface(
-        cairo_image_surface_create(opaque ? CAIRO_FORMAT_RGB24 : CAIRO_FORMAT_ARGB32, width, height));
-    unsigned char* const bytes = cairo_image_surface_get_data(surface.get());
-    for (int at = 0; at < cairo_image_surface_get_stride(surface.get()) * height; at += 4) {
-        const std::uint32_t alpha = opaque || numbers() % 4 == 0 ? 255 : numbers() % 256;
-        for (int channel = 0; channel < 3; ++channel) // multiplied by alpha
-            bytes[at + channel] = static_cast<unsigned char>(numbers() % (alpha + 1));
-        bytes[at + 3] = static_cast<unsigned char>(alpha);
-    }
-    cairo_surface_mark_dirty(surface.get());
-    ASSERT_EQ(cairo_surface_write_to_png(surface.get(), path.c_str()), CAIRO_STATUS_SUCCESS);
 }
 
 struct Image : testing::Test {
@@ -122,33 +100,6 @@ TEST_F(Image, IsTheSameFromTheCache)
     std::filesystem::create_symlink("/dev/zero", directory + "endless.png");
     for (const char* name : {"none.png", "text.png", "folder.png", "logo.png/logo.png", "endless.png"})
         draw(directory + name);
-}
-
-TEST_F(Image, IsTheSameFromTheCacheOnABanner)
-{
-    std::minstd_rand numbers(3);
-    char type[] = "led";
-    char digit[] = "4";
-    const auto banner = [&](const item& article, image_cache* used) {
-        const auto format = yuva_format(88, 550);
-        return pixels_of(outcome_of([&](subpicture* set) {
-            return BuildFeaturesBanner(&format, &article, set, {.folder = directory, .cache = used});
-        }));
-    };
-    for (int round = 0; round < 40; ++round) {
-        if (round % 10 == 0) // others in their places
-            for (const char* name : {"led", "size", "tunerhd", "hdmi", "usb", "3dready"})
-                write_noise(directory + name + ".png", numbers);
-        const auto features = static_cast<std::uint32_t>(numbers());
-        const auto text = [&](std::uint32_t bit) { return (features >> bit & 1) != 0 ? digit : nullptr; };
-        const item article{.type = type,
-            .size = text(0),
-            .hdmi = text(1),
-            .usb = text(2),
-            .tuner_hd = static_cast<std::uint8_t>(features >> 3 & 1),
-            .threeD_ready = static_cast<std::uint8_t>(features >> 4 & 1)};
-        EXPECT_TRUE(banner(article, &cache) == banner(article, nullptr)) << round;
-    }
 }
 
 TEST_F(Image, IsNotKeptInALargeRegion)

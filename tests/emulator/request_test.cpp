@@ -18,11 +18,3 @@ TEST(Request, RefusesTheCountedOnes)
         refused.push_back(count_request(plan, kind));
     EXPECT_EQ(refused, (std::vector<bool>{false, false, false, true, false, false, true, true, false}));
 }
-
-/// Start, address, register, data, stop: a byte is nine periods with its acknowledgement.
-TEST(Request, TakesItsTimeOnTheWire)
-{
-    EXPECT_EQ(bus_periods(request_kind::write_block, 31), 299);
-    EXPECT_EQ(bus_periods(request_kind::read_byte, 1), 39);
-    EXPECT_EQ(bus_periods(request_kind::read_block, 4), 66);
-}

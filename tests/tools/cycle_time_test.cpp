@@ -1,8 +1,5 @@
 #include "cycle_time.h"
 
-#include "capture.h"
-#include "temporary.h"
-
 #include <gtest/gtest.h>
 
 // A packet goes out in six blocks of 31 bytes and one of 2: 6 * (20 + 279) + (20 + 18) clock periods. A
@@ -27,14 +24,4 @@ TEST(CycleTime, CountsWhatTheDaemonAsksOfTheBus)
     EXPECT_EQ(cost->slot_packets, 8U);
     EXPECT_EQ(cost->clock_periods, 14 * packet + 5 * load + 3 * look);
     EXPECT_EQ(cost->requests, 14U * 7 + 5 * 8 + 3 * 2);
-}
-
-TEST(CycleTime, ReadsTheSettingsForTheNewGeneration)
-{
-    const environment settings{{"PREF_SYSTEM_ENCODER_1_AUDIO_ENABLED", "true"}};
-    std::optional<driver_state> state;
-    EXPECT_EQ(stdout_of([&] { state = read_settings(); }), ""); // the report is not disturbed
-    ASSERT_TRUE(state);
-    EXPECT_TRUE(state->audio_enabled);
-    EXPECT_EQ(state->epld_version, 3U);
 }

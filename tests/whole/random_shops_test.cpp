@@ -1,5 +1,6 @@
 #include "random_shop.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <gtest/gtest.h>
@@ -64,7 +65,12 @@ TEST(RandomShops, AreSentTheSameWithoutAnyReuse)
     for (std::uint64_t seed = first; seed < first + count; ++seed) {
         const temporary_folder folder;
         const run_request request = random_shop(folder, seed);
-        ASSERT_EQ(seen_of(request, BARE_DAEMON, folder), seen_of(request, PLAIN_DAEMON, folder))
-            << "shop " << seed;
+        const std::string shipped = seen_of(request, BARE_DAEMON, folder);
+        const std::string plain = seen_of(request, PLAIN_DAEMON, folder);
+        const auto place = std::ranges::mismatch(shipped, plain).in1 - shipped.begin();
+        ASSERT_TRUE(shipped == plain)
+            << "shop " << seed << ", from byte " << place << " on:\n"
+            << shipped.substr(static_cast<std::size_t>(place), 400) << "\nbut plain:\n"
+            << plain.substr(static_cast<std::size_t>(place), 400);
     }
 }
