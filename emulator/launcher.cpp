@@ -25,7 +25,7 @@ constexpr const char* library_name = "libepld-emulator.so";
 constexpr std::int64_t second_ns = 1'000'000'000;
 constexpr std::int64_t default_duration_s = 60;
 
-/// Says what is wrong, in one sentence. Returns false, for the caller to hand on.
+/// Says what is wrong, in one sentence. Returns false, for the caller to return.
 bool complain(const std::string& what)
 {
     std::fprintf(stderr, "epld-emulator: %s\n", what.c_str());

@@ -125,7 +125,7 @@ void getTextAttributes(text_style& style, const layout_region& region)
 
 // Every text is drawn for itself, in the order of the articles and of their regions, and no drawing of a
 // text is ever used again for another: a font keeps its state, and a very small text (7 pixels, say) changes
-// how later ones are hinted. A text that were left out because its picture is known would change theirs.
+// how later ones are hinted. To leave out a text because it was drawn before would change them.
 
 std::int32_t AddTextSubtitle(
     region_format* format, const text_style* style, subpicture* display_set, bool adjust)

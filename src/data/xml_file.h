@@ -7,7 +7,7 @@
 
 using owned_xml_parser = std::unique_ptr<XML_ParserStruct, releaser<XML_ParserFree>>;
 
-/// What expat calls while it parses, and the context that it hands to each call.
+/// What expat calls while it parses, and the context that it passes to each call.
 struct xml_handlers {
     void* user_data = nullptr;
     XML_StartElementHandler start_element = nullptr;

@@ -6,8 +6,8 @@
 #include <string_view>
 
 /// Loads the articles of this host and the screen layout from a folder, whose path ends with a slash, when
-/// several services were asked for, and settles the mode, which goes to standard output: multi-service
-/// operation when there is an article. Troubles with the files are reported where they are found and leave
+/// several services were asked for. With an article the mode is multi-service operation; the mode goes to
+/// standard output. Troubles with the files are reported where they are found and leave
 /// fewer articles, or none.
 void load_services(driver_state& state, std::string_view folder);
 
