@@ -53,7 +53,7 @@ constexpr struct {
 
 void expect_tables_as_set(const std::vector<std::string>& options, const std::string& stream)
 {
-    run_request request{{"--start", "2026-11-18 14:05:09", "--stream", stream}};
+    run_request request{{"--stream", stream}};
     for (const auto& [name, value] : settings)
         request.settings.emplace_back(std::string("PREF_SYSTEM_ENCODER_1_") + name, value);
     request.options.insert(request.options.end(), options.begin(), options.end());

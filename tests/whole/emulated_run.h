@@ -37,7 +37,8 @@ struct run_result {
     std::vector<recorded_request> requests{};
 };
 
-/// Runs the daemon to its end or the end of the run.
+/// Runs the daemon to its end or the end of the run. The board's clock begins at 2026-11-18 14:05:09, unless
+/// the options say otherwise: no test depends on the day.
 run_result run_daemon_emulated(run_request request);
 
 /// Makes an empty folder one that can stand in for the resources directory of the board: the sample shop's

@@ -256,8 +256,8 @@ run_request random_shop(const temporary_folder& folder, std::uint64_t seed)
     random_numbers numbers(seed);
     write_pictures(numbers, folder);
     write_lists(numbers, folder);
-    run_request request{.options = {"--start", "2026-11-18 14:05:09", "--duration", "1", "--bus-clock", "0",
-                            "--resources", folder.path.string()},
+    run_request request{
+        .options = {"--duration", "1", "--bus-clock", "0", "--resources", folder.path.string()},
         .settings = {
             {"PREF_SYSTEM_NETWORK_HOSTNAME", "tv-1"}, {"PREF_SYSTEM_ENCODER_1_DVB_MULTI_SERVICES", "true"}}};
     for (const auto& [name, values] : settings)

@@ -158,8 +158,6 @@ std::string record_of(const recorded_run& recorded)
     const temporary_folder folder;
     run_request request{.options = recorded.options, .settings = recorded.set};
     request.settings.emplace_back("ASAN_OPTIONS", "detect_leaks=0"); // whose words are not the daemon's
-    if (std::ranges::find(request.options, "--start") == request.options.end())
-        request.options.insert(request.options.end(), {"--start", "2026-11-18 14:05:09"});
     if (!recorded.articles.empty()) {
         write_shop(folder, 0);
         write_file(folder, "infostv.xml", recorded.articles);
