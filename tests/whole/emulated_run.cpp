@@ -1,8 +1,6 @@
 #include "emulated_run.h"
 
-#include <algorithm>
 #include <cstdlib>
-#include <sstream>
 #include <sys/wait.h>
 
 namespace {
@@ -13,19 +11,6 @@ std::string quoted(const std::string& text)
     for (const char character : text)
         result += character == '\'' ? std::string("'\\''") : std::string(1, character);
     return result + "'";
-}
-
-/// "1.000350 write-block 32 at 20: 83 02 40 0C", and "failed" at the end where it did.
-recorded_request parse_record(const std::string& line)
-{
-    const std::size_t end = std::min(line.find(" failed"), line.size());
-    recorded_request request{.failed = end < line.size()};
-    const std::size_t colon = std::min(line.find(':'), line.size());
-    std::istringstream head(line.substr(0, colon));
-    std::string at;
-    head >> request.time_s >> request.kind >> request.register_number >> at >> request.pointer;
-    request.bytes = bytes_of(line.substr(0, end).substr(std::min(colon + 1, end)));
-    return request;
 }
 
 /// Runs a command in the shell. Returns its exit status; what it prints goes to two files in the folder.
@@ -61,9 +46,6 @@ run_result run_daemon_emulated(run_request request)
     const std::string end = result.summary.substr(0, result.summary.find(" after"));
     result.daemon_end = end.substr(0, end.find(','));
     result.record = read_file(folder.path / "record");
-    std::istringstream record(result.record);
-    for (std::string line; std::getline(record, line);)
-        result.requests.push_back(parse_record(line));
     return result;
 }
 

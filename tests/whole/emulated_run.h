@@ -18,15 +18,6 @@ struct run_request {
     std::string program = DAEMON;
 };
 
-struct recorded_request {
-    double time_s = 0;
-    std::string kind{}; ///< "write-block" and so on
-    unsigned register_number = 0;
-    unsigned pointer = 0; ///< of the data port
-    byte_string bytes{};
-    bool failed = false;
-};
-
 struct run_result {
     int emulator_status = -1;
     std::string daemon_end{}; ///< the first line of the summary, without its time
@@ -34,7 +25,6 @@ struct run_result {
     std::string errors{};
     std::string summary{};
     std::string record{}; ///< of the bus, as the emulator wrote it
-    std::vector<recorded_request> requests{};
 };
 
 /// Runs the daemon to its end or the end of the run. The board's clock begins at 2026-11-18 14:05:09, unless
