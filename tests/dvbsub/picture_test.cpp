@@ -92,5 +92,6 @@ TEST(Block, HoldsRecordAndDataInOneAllocation)
     }
     const watched_allocation watch(0);
     EXPECT_EQ(block_New(0xFFFFFFFF), nullptr);
-    EXPECT_EQ(watch.last_size_bytes, 0x1'0000'0060);
+    const bool countable = sizeof(std::size_t) > 4; // otherwise the library is not asked at all
+    EXPECT_EQ(watch.last_size_bytes, countable ? 0x1'0000'0060U : 0U);
 }
