@@ -20,6 +20,10 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+// Functions here; other C libraries make these names macros.
+#undef open64
+#undef fopen64
+
 namespace {
 
 constexpr const char* bus_path = "/dev/i2c-0";
@@ -141,6 +145,14 @@ int bind_bus(unsigned long address)
     return 0;
 }
 
+/// The two bytes of a word as they go over the wire, whatever their order in memory: low byte first.
+std::span<std::uint8_t> wire_order(std::uint16_t word)
+{
+    static std::array<std::uint8_t, 2> bytes;
+    bytes = {static_cast<std::uint8_t>(word), static_cast<std::uint8_t>(word >> 8)};
+    return bytes;
+}
+
 struct smbus_request {
     bool known = false;
     bus_transfer transfer{};
@@ -156,7 +168,7 @@ smbus_request decode(i2c_smbus_ioctl_data& request)
         decoded.transfer.bytes = {&request.data->byte, 1};
     } else if (request.size == I2C_SMBUS_WORD_DATA && !read) {
         decoded.transfer.kind = request_kind::write_word;
-        decoded.transfer.bytes = {reinterpret_cast<std::uint8_t*>(&request.data->word), 2};
+        decoded.transfer.bytes = wire_order(request.data->word);
     } else if (request.size == I2C_SMBUS_I2C_BLOCK_DATA && request.data->block[0] <= I2C_SMBUS_BLOCK_MAX) {
         decoded.transfer.kind = read ? request_kind::read_block : request_kind::write_block;
         decoded.transfer.bytes = {&request.data->block[1], request.data->block[0]};
@@ -225,6 +237,35 @@ std::FILE* open_stream(const char* symbol, const char* path, const char* mode)
     return real == nullptr ? nullptr : real_fopen(real, mode);
 }
 
+int control(int descriptor, unsigned long request, void* argument)
+{
+    if (run == nullptr || descriptor != bus_descriptor || descriptor < 0)
+        return static_cast<int>(syscall(SYS_ioctl, descriptor, request, argument));
+    if (request == I2C_SLAVE)
+        return bind_bus(reinterpret_cast<unsigned long>(argument));
+    auto* const smbus = static_cast<i2c_smbus_ioctl_data*>(argument);
+    if (request == I2C_SMBUS && (smbus == nullptr || smbus->data == nullptr))
+        return refuse(EFAULT);
+    if (request == I2C_SMBUS)
+        return transfer_on_bus(*smbus);
+    refuse_request(*run, violation_kind::unknown_transfer, static_cast<std::uint32_t>(request));
+    return refuse(ENOTTY);
+}
+
+/// The clock's reading, seconds since the epoch.
+std::int64_t clock_s()
+{
+    if (run == nullptr) {
+        timespec real{};
+        clock_gettime(CLOCK_REALTIME, &real);
+        return real.tv_sec;
+    }
+    pass_time(microsecond_ns);
+    ++run->clock_readings;
+    const std::int64_t set_by_s = run->now_ns >= run->clock_set_at_ns ? run->clock_set_by_s : 0;
+    return run->start_s + run->now_ns / second_ns + set_by_s;
+}
+
 mode_t creation_mode(int flags, std::va_list arguments)
 {
     return (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
@@ -251,14 +292,23 @@ int open64(const char* path, int flags, ...)
     va_start(arguments, flags);
     const mode_t mode = creation_mode(flags, arguments);
     va_end(arguments);
-    return open_path(path, flags, mode);
+    return open_path(path, flags | O_LARGEFILE, mode);
 }
 
-/// What `open` with constant flags becomes in a fortified build.
-int __open_2(const char* path, int flags) // NOLINT(bugprone-reserved-identifier)
+// What `open` and `open64` with constant flags become in a fortified build.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+
+int __open_2(const char* path, int flags)
 {
     return open_path(path, flags, 0);
 }
+
+int __open64_2(const char* path, int flags)
+{
+    return open_path(path, flags | O_LARGEFILE, 0);
+}
+
+// NOLINTEND(bugprone-reserved-identifier)
 
 std::FILE* fopen(const char* path, const char* mode)
 {
@@ -294,36 +344,38 @@ int ioctl(int descriptor, unsigned long request, ...) noexcept
     va_start(arguments, request);
     auto* const argument = va_arg(arguments, void*);
     va_end(arguments);
-    if (run == nullptr || descriptor != bus_descriptor || descriptor < 0)
-        return static_cast<int>(syscall(SYS_ioctl, descriptor, request, argument));
-    if (request == I2C_SLAVE)
-        return bind_bus(reinterpret_cast<unsigned long>(argument));
-    auto* const smbus = static_cast<i2c_smbus_ioctl_data*>(argument);
-    if (request == I2C_SMBUS && (smbus == nullptr || smbus->data == nullptr))
-        return refuse(EFAULT);
-    if (request == I2C_SMBUS)
-        return transfer_on_bus(*smbus);
-    refuse_request(*run, violation_kind::unknown_transfer, static_cast<std::uint32_t>(request));
-    return refuse(ENOTTY);
+    return control(descriptor, request, argument);
 }
 
 std::time_t time(std::time_t* result) noexcept
 {
-    std::time_t now = 0;
-    if (run == nullptr) {
-        timespec real{};
-        clock_gettime(CLOCK_REALTIME, &real);
-        now = real.tv_sec;
-    } else {
-        pass_time(microsecond_ns);
-        ++run->clock_readings;
-        const std::int64_t set_by_s = run->now_ns >= run->clock_set_at_ns ? run->clock_set_by_s : 0;
-        now = static_cast<std::time_t>(run->start_s + run->now_ns / second_ns + set_by_s);
-    }
+    const auto now = static_cast<std::time_t>(clock_s());
     if (result != nullptr)
         *result = now;
     return now;
 }
+
+// What 32-bit C libraries call where the time has 64 bits.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+
+int __ioctl_time64(int descriptor, unsigned long request, ...) noexcept
+{
+    std::va_list arguments;
+    va_start(arguments, request);
+    auto* const argument = va_arg(arguments, void*);
+    va_end(arguments);
+    return control(descriptor, request, argument);
+}
+
+std::int64_t __time64(std::int64_t* result) noexcept
+{
+    const std::int64_t now = clock_s();
+    if (result != nullptr)
+        *result = now;
+    return now;
+}
+
+// NOLINTEND(bugprone-reserved-identifier)
 
 unsigned sleep(unsigned seconds)
 {
