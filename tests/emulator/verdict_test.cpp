@@ -22,8 +22,8 @@ verdict verdict_on(const std::string& fault, const std::string& options = "")
 {
     const temporary_folder folder;
     const std::string summary = (folder.path / "sum mary").string();
-    const std::string command = "ASAN_OPTIONS=detect_leaks=0 '" EMULATOR "' --bus-clock 100 --duration 5 "
-        + options + " --summary '" + summary + "' -- '" MISBEHAVING_DAEMON "' '" + fault + "' 2>/dev/null";
+    const std::string command = "ASAN_OPTIONS=detect_leaks=0 " EMULATOR " --bus-clock 100 --duration 5 "
+        + options + " --summary '" + summary + "' -- " MISBEHAVING_DAEMON " '" + fault + "' 2>/dev/null";
     const int status = std::system(command.c_str()); // NOLINT(cert-env33-c): as a user calls it
     return {.status = WEXITSTATUS(status), .summary = read_file(summary)};
 }

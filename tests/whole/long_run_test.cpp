@@ -9,6 +9,7 @@ constexpr const char* ten_hour_starts[] = {
     "2027-02-28 20:00:00", // no leap day
     "2028-02-28 20:00:00", // a leap day begins
     "2026-12-31 20:00:00", // end of a year
+    "2038-01-18 20:00:00", // 31 bits of seconds end
 };
 
 } // namespace

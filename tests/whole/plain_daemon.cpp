@@ -31,11 +31,17 @@ void insert_coded_region(coded_regions& /*encoded*/, const coded_region& /*regio
 {
 }
 
-/// An image file of which nothing is known is read each time. Takes the place of `fstat` in the daemon's own
-/// code.
-extern "C" int __wrap_fstat(
-    int /*file*/, void* /*status*/) // NOLINT(bugprone-reserved-identifier): the linker's name
+// An image file of which nothing is known is read each time. These take the place of `fstat` in the daemon's
+// own code, under the names that 32-bit C libraries have for it, too.
+// NOLINTBEGIN(bugprone-reserved-identifier): the linker's names
+extern "C" {
+int __wrap_fstat(int /*file*/, void* /*status*/)
 {
     errno = EIO;
     return -1;
 }
+
+[[gnu::alias("__wrap_fstat")]] int __wrap___fstat64_time64(int file, void* status);
+[[gnu::alias("__wrap_fstat")]] int __wrap___fstat_time64(int file, void* status);
+}
+// NOLINTEND(bugprone-reserved-identifier)
