@@ -157,11 +157,14 @@ std::filesystem::path own_folder()
     return std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path();
 }
 
-/// The library is beside this program where it was built, and in ../lib where it was installed.
-std::filesystem::path library_path()
+/// A file that lies beside this program where it was built, and in a folder of its own where it was
+/// installed. Empty when it is in neither place.
+std::filesystem::path find_own(const char* name, const char* installed_folder)
 {
-    const auto beside = own_folder() / library_name;
-    return std::filesystem::exists(beside) ? beside : own_folder().parent_path() / "lib" / library_name;
+    for (const auto& path : {own_folder() / name, own_folder() / installed_folder / name})
+        if (std::filesystem::exists(path))
+            return path.lexically_normal();
+    return {};
 }
 
 void add_to_variable(const char* name, const std::string& value, char separator)
@@ -173,10 +176,18 @@ void add_to_variable(const char* name, const std::string& value, char separator)
 /// LD_PRELOAD takes a blank or a colon in a path for its end; such a library is named by a descriptor.
 std::string preload_path()
 {
-    std::string path = library_path().string();
+    std::string path = find_own(library_name, LIBRARY_FOLDER).string();
     if (path.find_first_of(" :") == std::string::npos)
         return path;
     return "/proc/self/fd/" + std::to_string(open(path.c_str(), O_RDONLY));
+}
+
+/// A daemon without a folder is our own before it is one of the search path: an ordinary user's lacks sbin.
+std::string daemon_path(const char* name)
+{
+    const bool bare_name = std::strchr(name, '/') == nullptr;
+    const auto own = bare_name ? find_own(name, DAEMON_FOLDER) : std::filesystem::path();
+    return own.empty() ? name : own.string();
 }
 
 [[noreturn]] void become_daemon(const launch_options& options, emulation& run, int memory_descriptor)
@@ -188,10 +199,7 @@ std::string preload_path()
     setenv(emulation::memory_variable, std::to_string(memory_descriptor).c_str(), 1);
 
     auto command = options.command;
-    const auto beside = own_folder() / command.front();
-    const bool bare_name = std::strchr(command.front(), '/') == nullptr;
-    const std::string program =
-        bare_name && std::filesystem::exists(beside) ? beside.string() : command.front();
+    const std::string program = daemon_path(command.front());
     command.push_back(nullptr);
     execvp(program.c_str(), command.data());
     complain_about("cannot run", program);
