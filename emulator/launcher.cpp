@@ -282,6 +282,8 @@ int main(int argc, char** argv)
     const launch_options options = parse_command_line(argc, argv);
     if (options.help)
         return std::fputs(help_text().c_str(), stdout) >= 0 ? 0 : status_no_run;
+    if (options.version)
+        return std::puts("epld-emulator " TSINSERTD_VERSION) >= 0 ? 0 : status_no_run;
     if (!options.error.empty()) {
         complain(options.error + " (--help lists the options)");
         return status_no_run;

@@ -143,6 +143,7 @@ constexpr option_rule rules[] = {
         }},
 };
 constexpr int help_value = std::size(rules);
+constexpr int version_value = help_value + 1;
 
 std::vector<option> long_options()
 {
@@ -150,6 +151,7 @@ std::vector<option> long_options()
     for (int value = 0; const option_rule& rule : rules)
         all.push_back({rule.name, required_argument, nullptr, value++});
     all.push_back({"help", no_argument, nullptr, help_value});
+    all.push_back({"version", no_argument, nullptr, version_value});
     all.push_back({});
     return all;
 }
@@ -163,10 +165,10 @@ launch_options parse_command_line(int argc, char** argv)
     opterr = 0;
     optind = 0; // begin anew, whatever was read before (getopt_long(3), NOTES)
     for (int value = 0; (value = getopt_long(argc, argv, "+h", known.data(), nullptr)) != -1;) {
-        if (value == 'h' || value == help_value) {
-            options.help = true;
+        options.help = value == 'h' || value == help_value;
+        options.version = value == version_value;
+        if (options.help || options.version)
             return options;
-        }
         if (value < 0 || value >= help_value) {
             options.error = std::string("unknown option, or one without its value: ") + argv[optind - 1];
             return options;
@@ -202,7 +204,8 @@ std::string help_text()
         text += '\n';
     }
     return text
-        + "  --help                this text\n\n"
+        + "  --help                this text\n"
+          "  --version             which version this is\n\n"
           "Exit status: 0 when the run was sound, 1 when it was not (the summary says why), 2 when there\n"
           "was no run. A run is sound when the daemon was still at work at its end (or the output is on\n"
           "Ethernet), did nothing wrong towards the device, every table and every service was seen at\n"

@@ -15,6 +15,7 @@ struct clock_change {
 /// What the command line of the emulator asks for.
 struct launch_options {
     bool help = false;
+    bool version = false;
     std::string error; ///< why the command line cannot be followed; empty when it can
 
     std::string generation = "3"; ///< content of the version file; "none": there is no such file

@@ -199,6 +199,10 @@ int run_preview(int argc, char** argv)
         print(preview_help());
         return status_well;
     }
+    if (view.options.version) {
+        print("tsinsert-preview " TSINSERTD_VERSION "\n");
+        return status_well;
+    }
     if (!view.options.error.empty())
         return no_preview(view.options.error + " (--help lists the options)");
     if (const std::string problem = open_places(view); !problem.empty())

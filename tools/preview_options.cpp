@@ -32,7 +32,8 @@ constexpr option_rule rules[] = {
 };
 
 constexpr int help_value = static_cast<int>(std::size(rules));
-using option_list = std::array<option, std::size(rules) + 2>;
+constexpr int version_value = help_value + 1;
+using option_list = std::array<option, std::size(rules) + 3>;
 
 option_list long_options()
 {
@@ -40,7 +41,8 @@ option_list long_options()
     for (std::size_t i = 0; i < std::size(rules); ++i)
         known[i] = {
             .name = rules[i].name, .has_arg = required_argument, .flag = nullptr, .val = static_cast<int>(i)};
-    known[std::size(rules)] = {.name = "help", .has_arg = no_argument, .flag = nullptr, .val = help_value};
+    known[help_value] = {.name = "help", .has_arg = no_argument, .flag = nullptr, .val = help_value};
+    known[version_value] = {.name = "version", .has_arg = no_argument, .flag = nullptr, .val = version_value};
     return known;
 }
 
@@ -70,7 +72,8 @@ preview_options parse_preview_options(int argc, char** argv)
     optind = 0; // forget an earlier command line altogether
     for (int value = 0; (value = getopt_long(argc, argv, "h", known.data(), nullptr)) != -1;) {
         options.help = value == 'h' || value == help_value;
-        if (options.help)
+        options.version = value == version_value;
+        if (options.help || options.version)
             return options;
         if (value < 0 || value > help_value)
             options.error = std::string("unknown option, or one without its value: ") + argv[optind - 1];
@@ -106,7 +109,8 @@ std::string preview_help()
         text += '\n';
     }
     return text
-        + "  --help                     this text\n\n"
+        + "  --help                     this text\n"
+          "  --version                  which version this is\n\n"
           "Exit status: 0 when all is well, 1 when viewers would see something broken or the daemon would\n"
           "not start (the report says what), 2 when there was no preview (wrong options, a picture that\n"
           "cannot be read or written).\n";

@@ -5,6 +5,7 @@
 /// What the command line of the preview asks for.
 struct preview_options {
     bool help = false;
+    bool version = false;
     std::string error{}; ///< why the command line cannot be followed; empty when it can
 
     std::string resources = "/usr/playout/.medias/resources/"; ///< folder; its path ends with a slash
