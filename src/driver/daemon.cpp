@@ -2,6 +2,7 @@
 
 #include "bus.h"
 #include "insertion.h"
+#include "notify.h"
 #include "programming.h"
 #include "resources.h"
 #include "services.h"
@@ -45,26 +46,33 @@ bool bind_device(const bus_handle& bus)
 }
 
 /// Returns after a failure only.
-void drive_device(driver_state& state)
+void drive_device(driver_state& state, const service_manager& manager)
 {
     const bus_handle bus(bus_open());
     if (!bind_device(bus))
         return;
-    if (auto insertion = program_device(bus.fd, state))
-        insert_until_failure(bus.fd, state, *insertion);
+    auto insertion = program_device(bus.fd, state);
+    if (!insertion)
+        return;
+    insertion->manager = manager;
+    expect_loads(insertion->manager, table_services(state), state.multi_service);
+    insert_until_failure(bus.fd, state, *insertion);
 }
 
 } // namespace
 
 int run_daemon()
 {
-    if (output_is_ethernet())
+    const service_manager manager = find_service_manager();
+    if (output_is_ethernet()) {
+        tell_idle(manager);
         return exit_done;
+    }
 
     if (auto state = start_up(epld_version_file)) {
         load_services(*state, resources_directory);
         if (prepare_services(*state, resources_directory))
-            drive_device(*state);
+            drive_device(*state, manager);
     }
     return exit_failed;
 }

@@ -15,6 +15,13 @@ const stream_slot* slot_to_await(const insertion_state& insertion)
     return insertion.current_slot == 0 ? &insertion.slots[1] : nullptr;
 }
 
+/// The current slot has been loaded: the other one is next.
+void next_slot(insertion_state& insertion)
+{
+    tell_load(insertion.manager, insertion.current_slot);
+    insertion.current_slot = 1 - insertion.current_slot;
+}
+
 /// Sends a whole PES packet, in as many loads as it needs.
 bool send_pes_packet(int fd, insertion_state& insertion, subtitle_stream& stream, const block& payload)
 {
@@ -23,7 +30,7 @@ bool send_pes_packet(int fd, insertion_state& insertion, subtitle_stream& stream
         const stream_slot& slot = insertion.slots[insertion.current_slot];
         if (copyStreamToEpld(fd, slot, stream, slot_to_await(insertion)) < 0)
             return false;
-        insertion.current_slot = 1 - insertion.current_slot;
+        next_slot(insertion);
     }
     return true;
 }
@@ -46,7 +53,7 @@ bool load_section(int fd, std::uint32_t epld_version, insertion_state& insertion
     const slot_place place{.header_address = slot.header_address, .data_address = slot.data_address};
     if (write_slot(fd, epld_version, place, slot.type, insertion.table) < 0)
         return false;
-    insertion.current_slot = 1 - insertion.current_slot;
+    next_slot(insertion);
     return true;
 }
 
@@ -96,6 +103,7 @@ refresh_result refresh_time_tables(
         if (!load_section(fd, epld_version, insertion, length))
             return refresh_result::failed;
     }
+    tell_time_tables(insertion.manager, now);
     return refresh_result::done;
 }
 

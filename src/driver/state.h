@@ -3,6 +3,7 @@
 #include "dvb_table.h"
 #include "item.h"
 #include "layout.h"
+#include "notify.h"
 #include "stream_transfer.h"
 
 #include <array>
@@ -34,4 +35,5 @@ struct insertion_state {
     stream_slot_pair slots{};
     std::uint32_t current_slot = 0;    ///< 0 or 1: the stream slot to fill next
     std::time_t last_time_refresh = 0; ///< of the TDT and TOT, seconds since the epoch
+    service_manager manager{};         ///< who is told of the loads
 };

@@ -14,10 +14,14 @@ static_assert(6 * block_size_max + 2 == packet_size, "a packet goes out in seven
 /// All reads name this register in their message, whichever they read.
 constexpr const char* unreadable_register = "can't read reg 0 on the EPLD2 !!!\n";
 
+std::uint32_t refused = 0;
+
 std::int32_t reported(std::int32_t result, const char* message)
 {
-    if (result < 0)
+    if (result < 0) {
+        ++refused;
         std::fputs(message, stdout);
+    }
     return result;
 }
 
@@ -46,6 +50,11 @@ slot_header_bytes encode_header(std::uint8_t generation, const slot_header& head
 }
 
 } // namespace
+
+std::uint32_t refused_requests()
+{
+    return refused;
+}
 
 std::int32_t remove_tables(int fd)
 {

@@ -10,6 +10,9 @@
 /// They return 0, or `request_failed` after a message on standard output that names the operation.
 /// The results of the writes may be left unread: a failed one is reported, and the daemon carries on.
 
+/// How many requests the bus has refused since the process began.
+[[nodiscard]] std::uint32_t refused_requests();
+
 /// Deletes all tables.
 std::int32_t remove_tables(int fd);
 
