@@ -97,3 +97,20 @@ TEST(Subtitles, AreShownByFfmpegPixelForPixelOnTheirGround)
         EXPECT_TRUE(byte_string(shown.begin(), shown.end()) == compose(page));
     }
 }
+
+/// Fonts decide bytes.
+TEST(Subtitles, LookAsOnDebianWithTheFontsThatAreInstalled)
+{
+    const temporary_folder folder;
+    std::filesystem::copy(SAMPLE_SHOP, folder.path);
+    const auto record_with = [&](const std::string& fonts) {
+        run_request request = shop_run(folder, {"--start", "2026-11-18 14:05:09", "--duration", "20"});
+        request.settings.emplace_back("FONTCONFIG_FILE", fonts);
+        return run_daemon_emulated(request).record;
+    };
+    const std::string plain =
+        write_file(folder, "fonts.conf", "<fontconfig><dir>/usr/share/fonts</dir></fontconfig>");
+    const std::string on_debian = record_with("/etc/fonts/fonts.conf");
+    EXPECT_TRUE(record_with(FONTS_FILE) == on_debian);
+    EXPECT_FALSE(record_with(plain) == on_debian);
+}
