@@ -104,7 +104,7 @@ TEST(Subtitles, LookAsOnDebianWithTheFontsThatAreInstalled)
     const temporary_folder folder;
     std::filesystem::copy(SAMPLE_SHOP, folder.path);
     const auto record_with = [&](const std::string& fonts) {
-        run_request request = shop_run(folder, {"--start", "2026-11-18 14:05:09", "--duration", "20"});
+        run_request request = shop_run(folder, {"--duration", "20"});
         request.settings.emplace_back("FONTCONFIG_FILE", fonts);
         return run_daemon_emulated(request).record;
     };
