@@ -51,7 +51,7 @@ std::string seen_of(run_request request, const char* program, const temporary_fo
     request.program = program;
     const opened_files opened(folder.path.string());
     const run_result result = run_daemon_emulated(request);
-    EXPECT_NE(result.record, "") << result.errors;
+    EXPECT_NE(result.daemon_end, "") << result.errors; // there was a run
     return result.daemon_end + "\n" + result.output + result.errors + names_of(opened) + result.record;
 }
 
