@@ -12,7 +12,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <linux/i2c-dev.h>
 #include <linux/i2c.h>
@@ -226,15 +225,27 @@ int open_path(const char* path, int flags, mode_t mode)
                            : static_cast<int>(syscall(SYS_openat, AT_FDCWD, real, flags, mode));
 }
 
-std::FILE* open_stream(const char* symbol, const char* path, const char* mode)
+/// What `open` is to do for the mode of an `fopen` (POSIX.1-2017, fopen).
+int open_flags(std::string_view mode)
 {
-    using fopen_function = std::FILE* (*)(const char*, const char*);
-    const auto real_fopen = reinterpret_cast<fopen_function>(dlsym(RTLD_NEXT, symbol));
+    const auto has = [mode](char letter) { return mode.find(letter) != std::string_view::npos; };
+    const int access = has('+') ? O_RDWR : has('r') ? O_RDONLY : O_WRONLY;
+    const int creation = has('w') ? O_CREAT | O_TRUNC : has('a') ? O_CREAT | O_APPEND : 0;
+    return access | creation | (has('x') ? O_EXCL : 0) | (has('e') ? O_CLOEXEC : 0) | O_LARGEFILE;
+}
+
+/// Made of calls that this library does not answer itself, so that the C library's own is not needed.
+std::FILE* open_stream(const char* path, const char* mode)
+{
     redirected_path buffer;
     const char* const real = redirect(path, buffer);
-    if (real == nullptr)
-        errno = ENOENT;
-    return real == nullptr ? nullptr : real_fopen(real, mode);
+    const int descriptor = real == nullptr
+        ? refuse(ENOENT)
+        : static_cast<int>(syscall(SYS_openat, AT_FDCWD, real, open_flags(mode), 0666));
+    std::FILE* const stream = descriptor < 0 ? nullptr : fdopen(descriptor, mode);
+    if (stream == nullptr && descriptor >= 0)
+        syscall(SYS_close, descriptor);
+    return stream;
 }
 
 int control(int descriptor, unsigned long request, void* argument)
@@ -312,12 +323,12 @@ int __open64_2(const char* path, int flags)
 
 std::FILE* fopen(const char* path, const char* mode)
 {
-    return open_stream("fopen", path, mode);
+    return open_stream(path, mode);
 }
 
 std::FILE* fopen64(const char* path, const char* mode)
 {
-    return open_stream("fopen64", path, mode);
+    return open_stream(path, mode);
 }
 
 int access(const char* path, int mode) noexcept
@@ -367,6 +378,7 @@ int __ioctl_time64(int descriptor, unsigned long request, ...) noexcept
     return control(descriptor, request, argument);
 }
 
+#if !_REDIR_TIME64 // musl compiles `time` above under this name
 std::int64_t __time64(std::int64_t* result) noexcept
 {
     const std::int64_t now = clock_s();
@@ -374,6 +386,7 @@ std::int64_t __time64(std::int64_t* result) noexcept
         *result = now;
     return now;
 }
+#endif
 
 // NOLINTEND(bugprone-reserved-identifier)
 
