@@ -40,7 +40,7 @@ need_packages() {
 # What every build needs, and more of them for what the scripts do.
 build_packages=(g++ cmake ninja-build pkg-config libexpat1-dev libcairo2-dev)
 test_packages=(libgtest-dev libgmock-dev libpng-dev fonts-liberation fonts-dejavu-core ffmpeg tshark)
-lint_packages=(git clang clang-format clang-tidy)
+lint_packages=(git clang clang-format clang-tidy mandoc)
 fuzz_packages=(clang libclang-rt-14-dev llvm fonts-liberation fonts-dejavu-core)
 
 # Configures and builds a preset; the output is shown only when something is wrong.

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Checks the format of all C++ files, and what clang-tidy says of those that changed since a commit. Installs
-# what is missing (Debian packages).
+# Checks the format of all C++ files and the manual pages, and what clang-tidy says of those that changed since a
+# commit. Installs what is missing (Debian packages).
 # Usage: scripts/lint.sh [commit, the last but one unless told; "all" for all files]
 . "$(dirname "$0")/common.sh"
 
@@ -8,6 +8,11 @@ need_packages "${build_packages[@]}" "${test_packages[@]}" "${lint_packages[@]}"
 
 say "checking the format of all files"
 git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run -Werror || fail "clang-format -i mends what is said above"
+
+say "checking the manual pages"
+# Pages of others that are not installed here do not count.
+! mandoc -T lint docs/man/* 2>&1 | grep -v -e 'referenced manual not found' -e 'outdated mandoc.db' ||
+    fail "mandoc finds what is said above"
 
 since=${1:-HEAD~1}
 if [ "$since" = all ]; then
