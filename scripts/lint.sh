@@ -10,9 +10,9 @@ say "checking the format of all files"
 git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run -Werror || fail "clang-format -i mends what is said above"
 
 say "checking the manual pages"
-# Pages of others that are not installed here do not count.
-! mandoc -T lint docs/man/* 2>&1 | grep -v -e 'referenced manual not found' -e 'outdated mandoc.db' ||
-    fail "mandoc finds what is said above"
+# Which pages of others are installed here does not count.
+found=$(mandoc -T lint docs/man/* 2>&1 | grep -v -e 'referenced manual not found' -e 'outdated mandoc.db' || true)
+[ -z "$found" ] || fail "mandoc finds: $found"
 
 since=${1:-HEAD~1}
 if [ "$since" = all ]; then
