@@ -21,7 +21,7 @@ fi
 
 say "building for $processor ($tree.log)"
 if ! { cmake -G Ninja -B "$tree" --toolchain "$PWD/cmake/toolchains/$processor.cmake" \
-    -DCMAKE_SYSROOT="$root" -DCMAKE_BUILD_TYPE=Release && cmake --build "$tree"; } >"$tree.log" 2>&1; then
+    -DCMAKE_SYSROOT="$root" -DCMAKE_BUILD_TYPE=Release -DTSINSERTD_TESTS=ON && cmake --build "$tree"; } >"$tree.log" 2>&1; then
     grep -E -A 12 'error|FAILED|CMake Error' "$tree.log" | head -n 60 >&2 || tail -n 40 "$tree.log" >&2
     fail "it does not build for $processor (all of it: $tree.log)"
 fi
