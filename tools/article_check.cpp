@@ -2,28 +2,38 @@
 
 #include "banner.h"
 #include "canvas.h"
+#include "contrast.h"
 #include "display_set.h"
 #include "formatted.h"
+#include "picture_check.h"
+#include "resources.h"
 #include "text.h"
 #include "text_region.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <optional>
 #include <set>
-#include <span>
 #include <string_view>
 
 namespace {
 
-constexpr std::array layout_names{"model", "price", "brand", "warranty"};
+/// An article under check.
+struct article_check {
+    const item& article;
+    const article_places& places;
+    const check_context& context;
+    finding_list findings{};
+};
 
-void add(finding_list& findings, severity level, std::string text)
+article_field field_of(std::string_view region)
 {
-    findings.push_back({.level = level, .text = std::move(text)});
+    return region == "model" ? article_field::model
+        : region == "price"  ? article_field::price
+        : region == "brand"  ? article_field::brand
+                             : article_field::warranty;
 }
 
 void expect_text(
@@ -69,71 +79,167 @@ cairo_text_extents_t ink_of(const layout_region& region, const char* text)
     return ink;
 }
 
-/// Edges soften over the last pixel.
-void report_overrun(
-    finding_list& findings, const expected_region& expected, double pixels, const char* direction)
+bool can_be_measured(const expected_region& expected)
 {
-    if (pixels > 1.5)
-        add(findings, severity::broken,
-            formatted("%s: the text is cut: %.0f pixels too %s", expected.name.c_str(), std::ceil(pixels),
-                direction));
+    return expected.text != nullptr && expected.layout->font != nullptr
+        && std::abs(expected.layout->size) <= largest_measured_size;
 }
 
-void check_ink(finding_list& findings, const expected_region& expected)
+/// Edges soften over the last pixel.
+void report_overrun(
+    article_check& check, const expected_region& expected, double pixels, const char* direction)
+{
+    if (pixels > 1.5)
+        check.findings.push_back({.level = severity::error,
+            .kind = "text-cut",
+            .at = check.places[field_of(expected.name)],
+            .region = expected.name,
+            .what = formatted("the text is cut: it is %.0f pixels too %s", std::ceil(pixels), direction),
+            .advice = "write less, or choose a smaller size or a larger region in the layout"});
+}
+
+void check_ink(article_check& check, const expected_region& expected)
 {
     const layout_region& place = *expected.layout;
     const cairo_text_extents_t ink = ink_of(place, expected.text);
     if (place.adjustRegionSize) {
-        report_overrun(findings, expected, place.x_pos + ink.width - display_width, "wide for the display");
-        report_overrun(findings, expected, place.y_pos + ink.height - display_height, "high for the display");
+        report_overrun(check, expected, place.x_pos + ink.width - display_width, "wide for the display");
+        report_overrun(check, expected, place.y_pos + ink.height - display_height, "high for the display");
     } else if (place.width > 0 && place.height > 0) {
-        report_overrun(findings, expected, ink.x_bearing + ink.width - place.width, "wide for its region");
-        report_overrun(findings, expected, place.size + ink.y_bearing + ink.height - place.height,
-            "high for its region");
+        report_overrun(check, expected, ink.x_bearing + ink.width - place.width, "wide for its region");
+        report_overrun(
+            check, expected, place.size + ink.y_bearing + ink.height - place.height, "high for its region");
     }
 }
 
-void check_text(finding_list& findings, const expected_region& expected)
+/// The layout's font, or that of all labels.
+void check_font(
+    article_check& check, const source_position& at, const std::string& region, const char* family)
 {
-    const std::size_t size_bytes = std::string_view(expected.text).size();
-    if (size_bytes > text_limit_bytes)
-        add(findings, severity::broken,
-            formatted("%s: the text of %zu bytes is cut at %zu", expected.name.c_str(), size_bytes,
-                text_limit_bytes));
-    if (expected.layout->font == nullptr)
-        add(findings, severity::warning,
-            formatted("%s: the layout gives no font: the region stays transparent", expected.name.c_str()));
-    else if (std::abs(expected.layout->size) <= largest_measured_size)
-        check_ink(findings, expected);
+    const chosen_font& font = find_font(check.context.fonts, family);
+    if (font.is_installed || (font.has_same_widths && region == "banner"))
+        return;
+    check.findings.push_back({.level = font.has_same_widths ? severity::warning : severity::error,
+        .kind = "font-not-installed",
+        .at = at,
+        .region = region,
+        .what = formatted("the font \"%s\" is not installed here: viewers see \"%s\"%s", family,
+            font.family.c_str(), font.has_same_widths ? ", which has the same widths" : ""),
+        .advice = "install the font, here and on the boards, or name one that is: fc-list lists them"});
 }
 
-void check_place(finding_list& findings, const expected_region& expected)
+void check_characters(article_check& check, const source_position& at, const std::string& region,
+    const char* family, const std::string& text)
 {
-    const auto beyond = [](std::int32_t position, std::uint32_t display) {
-        return static_cast<std::uint32_t>(position) > display;
+    const chosen_font& font = find_font(check.context.fonts, family);
+    for (const std::string& character : missing_characters(font, text))
+        check.findings.push_back({.level = severity::error,
+            .kind = "missing-character",
+            .at = at,
+            .region = region,
+            .what = formatted("viewers see a box: the font \"%s\" lacks the character \"%s\"",
+                font.family.c_str(), character.c_str()),
+            .advice = "write it in other characters, or choose another font in the layout"});
+}
+
+void check_text(article_check& check, const expected_region& expected)
+{
+    const source_position& at = check.places[field_of(expected.name)];
+    const std::string_view text = expected.text;
+    if (text.size() > text_limit_bytes)
+        check.findings.push_back({.level = severity::error,
+            .kind = "text-cut",
+            .at = at,
+            .region = expected.name,
+            .what = formatted("the text of %zu bytes is cut at %zu", text.size(), text_limit_bytes),
+            .advice = "write less"});
+    const source_position layout_at = text_position(check.context.places, expected.name);
+    if (expected.layout->font == nullptr)
+        return check.findings.push_back({.level = severity::error,
+            .kind = "no-font",
+            .at = layout_at,
+            .region = expected.name,
+            .what = "nothing is shown: the layout gives no font, and the region stays transparent",
+            .advice = "write font=\"…\" into the region's text element"});
+    check_font(check, layout_at, expected.name, expected.layout->font);
+    check_characters(check, at, expected.name, expected.layout->font, expected.text);
+    if (can_be_measured(expected))
+        check_ink(check, expected);
+}
+
+void check_place(article_check& check, const expected_region& expected)
+{
+    const auto beyond = [](std::int32_t position, std::uint32_t limit) {
+        return static_cast<std::uint32_t>(position) > limit;
     };
-    if (beyond(expected.layout->x_pos, display_width) || beyond(expected.layout->y_pos, display_height))
-        add(findings, severity::broken,
-            formatted("%s: (%d,%d) lies outside of the display: the daemon does not start",
-                expected.name.c_str(), expected.layout->x_pos, expected.layout->y_pos));
+    constexpr std::uint32_t largest_side = 32767;
+    const layout_region& place = *expected.layout;
+    const bool is_outside = beyond(place.x_pos, display_width) || beyond(place.y_pos, display_height);
+    const bool is_impossible =
+        has_fixed_size(expected) && (beyond(place.width, largest_side) || beyond(place.height, largest_side));
+    if (is_outside || is_impossible)
+        check.findings.push_back({.level = severity::error,
+            .kind = "place-out-of-range",
+            .at = region_position(check.context.places, expected.name),
+            .region = expected.name,
+            .what = is_outside ? formatted("(%d,%d) lies outside of the display: the daemon does not start",
+                        place.x_pos, place.y_pos)
+                               : formatted("%dx%d pixels cannot be drawn: the daemon does not start",
+                                   place.width, place.height),
+            .advice = "write positions and sizes from 0 to 720 (across) and 576 (down)"});
 }
 
 // Pictures
 
-/// A brand without a logo has a name.
-void check_logo(finding_list& findings, const item& article)
+/// A brand without a logo has a name; but sometimes the logo is there in another way.
+void check_missing_logo(article_check& check)
 {
-    if (article.logo == nullptr) {
-        std::string name = article.brand;
-        std::ranges::transform(name, name.begin(), ascii_lower);
-        return add(
-            findings, severity::note, formatted("there is no logo %s.png: the name is drawn", name.c_str()));
+    std::string name = check.article.brand;
+    std::ranges::transform(name, name.begin(), ascii_lower);
+    name += ".png";
+    const std::string neighbour = neighbour_of(check.context.files, name);
+    finding found{.kind = "no-logo",
+        .at = check.places[article_field::brand],
+        .region = "brand",
+        .what = formatted("there is no logo \"%s\": the name is drawn", name.c_str())};
+    if (neighbour == name) {
+        found.level = severity::error;
+        found.advice = "let the daemon read the file: chmod a+r";
+    } else if (!neighbour.empty()) {
+        found.level = severity::error;
+        found.advice = neighbour.ends_with(".png") || neighbour.ends_with(".PNG")
+            ? formatted("rename \"%s\" to \"%s\"", neighbour.c_str(), name.c_str())
+            : formatted("save \"%s\" as a PNG file \"%s\"", neighbour.c_str(), name.c_str());
     }
-    const owned_surface logo(cairo_image_surface_create_from_png(article.logo));
-    if (const cairo_status_t status = cairo_surface_status(logo.get()); status != CAIRO_STATUS_SUCCESS)
-        add(findings, severity::broken,
-            formatted("logo %s cannot be used (%s): the daemon does not start", article.logo,
-                cairo_status_to_string(status)));
+    check.findings.push_back(std::move(found));
+}
+
+void check_logo(article_check& check)
+{
+    if (check.article.logo == nullptr)
+        return check_missing_logo(check);
+    const owned_surface logo(cairo_image_surface_create_from_png(check.article.logo));
+    if (cairo_surface_status(logo.get()) == CAIRO_STATUS_SUCCESS)
+        return;
+    check.findings.push_back({.level = severity::error,
+        .kind = "unusable-picture",
+        .at = {.file = check.article.logo},
+        .region = "brand",
+        .what = "the logo is " + kind_of_file(check.article.logo) + ": the daemon does not start",
+        .advice = "save it anew as a PNG file"});
+}
+
+const source_position& place_of(const article_check& check, const feature_icon& icon)
+{
+    const item& article = check.article;
+    const std::pair<const char*, article_field> texts[] = {{article.type, article_field::type},
+        {article.size, article_field::size}, {article.hd, article_field::hd},
+        {article.hdmi, article_field::hdmi}, {article.usb, article_field::usb}};
+    for (const auto& [text, field] : texts)
+        if (icon.text != nullptr && icon.text == text)
+            return check.places[field];
+    return check
+        .places[std::string_view(icon.name) == "tunerhd" ? article_field::tuner : article_field::threeD];
 }
 
 /// How wide a label is over an icon, from its left edge on, in pixels of the display; nothing when it cannot
@@ -155,71 +261,120 @@ std::optional<double> label_end(
     return (icon.label->x * static_cast<std::uint32_t>(width) + ink.x_bearing + ink.width) * scale;
 }
 
-void check_label(finding_list& findings, const feature_icon& icon, int width, int height)
+void check_label(article_check& check, const feature_icon& icon, int width, int height)
 {
     const std::string label = std::string(icon.label->prefix) + icon.text;
+    const source_position& at = place_of(check, icon);
     const auto end = label_end(icon, label, width, height);
     if (!end)
-        add(findings, severity::broken,
-            formatted("banner: \"%s\" cannot be written on %s.png of %dx%d pixels: an icon below it ends the "
-                      "daemon",
-                label.c_str(), icon.name, width, height));
+        check.findings.push_back({.level = severity::error,
+            .kind = "label-cut",
+            .at = at,
+            .region = "banner",
+            .what = formatted("\"%s\" cannot be written on %s.png of %dx%d pixels: an icon below it ends "
+                              "the daemon",
+                label.c_str(), icon.name, width, height),
+            .advice = "draw the icon anew, 176 pixels wide and 137 high"});
     else if (*end > banner_box.width + 1)
-        add(findings, severity::broken,
-            formatted("banner: \"%s\" is cut: %.0f pixels too wide for its icon", label.c_str(),
-                std::ceil(*end - banner_box.width)));
+        check.findings.push_back({.level = severity::error,
+            .kind = "label-cut",
+            .at = at,
+            .region = "banner",
+            .what = formatted("\"%s\" is cut: it is %.0f pixels too wide for its icon", label.c_str(),
+                std::ceil(*end - banner_box.width)),
+            .advice = "write less, such as 32\""});
+    check_characters(check, at, "banner", label_font, label);
+}
+
+void report_icon(article_check& check, const feature_icon& icon, const std::string& name)
+{
+    const std::string path = check.context.folder + name;
+    const std::string neighbour = neighbour_of(check.context.files, name);
+    finding found{
+        .level = severity::error, .kind = "no-icon", .at = place_of(check, icon), .region = "banner"};
+    if (neighbour == name) {
+        found.kind = "unusable-picture";
+        found.at = {.file = path};
+        found.what = "the icon is " + kind_of_file(path) + ": it is left out";
+        found.advice = "save it anew as a PNG file, 176 pixels wide and 137 high";
+    } else {
+        found.level = neighbour.empty() ? severity::warning : severity::error;
+        found.what = formatted("there is no icon \"%s\": it is left out", name.c_str());
+        found.advice = neighbour.empty()
+            ? formatted("draw \"%s\", or write another word that has an icon", name.c_str())
+            : formatted("save or rename \"%s\" as the PNG file \"%s\"", neighbour.c_str(), name.c_str());
+    }
+    check.findings.push_back(std::move(found));
 }
 
 /// Returns the height of the icon's file, or nothing when it will be left out.
-std::optional<int> check_icon(finding_list& findings, const feature_icon& icon, const std::string& folder)
+std::optional<int> check_icon(article_check& check, const feature_icon& icon)
 {
-    const owned_surface image(cairo_image_surface_create_from_png((folder + icon.name + ".png").c_str()));
-    if (const cairo_status_t status = cairo_surface_status(image.get()); status != CAIRO_STATUS_SUCCESS) {
-        add(findings, severity::warning,
-            formatted("icon %s.png is missing: %s", icon.name, cairo_status_to_string(status)));
+    const std::string name = std::string(icon.name) + ".png";
+    const owned_surface image(cairo_image_surface_create_from_png((check.context.folder + name).c_str()));
+    if (cairo_surface_status(image.get()) != CAIRO_STATUS_SUCCESS) {
+        report_icon(check, icon, name);
         return std::nullopt;
     }
     const int width = cairo_image_surface_get_width(image.get());
     const int height = cairo_image_surface_get_height(image.get());
     if (icon.label)
-        check_label(findings, icon, width, height);
+        check_label(check, icon, width, height);
     return height;
 }
 
-void check_icons(finding_list& findings, const item& article, const std::string& folder)
+void check_icons(article_check& check)
 {
     std::set<int> heights;
-    for (const feature_icon& icon : icons_of(article))
-        if (const auto height = icon.name == nullptr ? std::nullopt : check_icon(findings, icon, folder))
+    const icon_list icons = icons_of(check.article);
+    if (std::ranges::any_of(
+            icons, [](const feature_icon& icon) { return icon.name != nullptr && icon.label; }))
+        check_font(check, {}, "banner", label_font);
+    for (const feature_icon& icon : icons)
+        if (const auto height = icon.name == nullptr ? std::nullopt : check_icon(check, icon))
             heights.insert(*height);
     if (heights.size() > 1)
-        add(findings, severity::warning,
-            formatted("banner: icons of %d to %d pixels in height: they shift or overlap", *heights.begin(),
-                *heights.rbegin()));
+        check.findings.push_back({.level = severity::warning,
+            .kind = "icon-heights",
+            .at = {.file = check.context.folder},
+            .region = "banner",
+            .what = formatted(
+                "icons of %d to %d pixels in height shift or overlap", *heights.begin(), *heights.rbegin()),
+            .advice = "draw all icons equally high, best 137 pixels"});
 }
 
 // Regions as drawn
 
 void report_leaving(
-    finding_list& findings, const std::string& name, std::uint64_t end, std::uint32_t limit, const char* edge)
+    finding_list& findings, const finding& base, std::uint64_t end, std::uint32_t limit, const char* edge)
 {
-    if (end > limit)
-        add(findings, severity::broken,
-            formatted("%s: the region leaves the display by %u pixels at the %s", name.c_str(),
-                static_cast<unsigned>(end - limit), edge));
+    if (end <= limit)
+        return;
+    finding found = base;
+    found.level = severity::error;
+    found.kind = "region-leaves-display";
+    found.what = formatted(
+        "the region leaves the display by %u pixels at the %s", static_cast<unsigned>(end - limit), edge);
+    found.advice = "move the region, or make it smaller";
+    findings.push_back(std::move(found));
 }
 
 /// Each pixel of a region takes 8 bytes while it is drawn and encoded.
-void report_size(finding_list& findings, const screen_region& region)
+void report_size(finding_list& findings, const finding& base, const screen_region& region)
 {
     constexpr std::uint64_t display_pixels = std::uint64_t{display_width} * display_height;
     const std::uint64_t pixels = std::uint64_t{region.width} * region.height;
-    if (pixels > display_pixels)
-        add(findings, severity::warning,
-            formatted("%s: drawing %ux%u pixels, %.1f times the display, takes that much longer and %.0f MB "
-                      "of memory",
-                region.name.c_str(), region.width, region.height,
-                static_cast<double>(pixels) / display_pixels, static_cast<double>(pixels) * 8e-6));
+    if (pixels <= display_pixels)
+        return;
+    finding found = base;
+    found.level = severity::warning;
+    found.kind = "large-region";
+    found.what = formatted("drawing %ux%u pixels, %.1f times the display, takes that much longer and %.0f MB "
+                           "of memory",
+        region.width, region.height, static_cast<double>(pixels) / display_pixels,
+        static_cast<double>(pixels) * 8e-6);
+    found.advice = "make the region no larger than the display";
+    findings.push_back(std::move(found));
 }
 
 bool overlap(const screen_region& one, const screen_region& other)
@@ -231,12 +386,55 @@ bool overlap(const screen_region& one, const screen_region& other)
     return meet(one.x, one.width, other.x, other.width) && meet(one.y, one.height, other.y, other.height);
 }
 
+/// At the layout's region: the icons have their fixed place.
+void report_overlap(
+    finding_list& findings, const check_context& context, const std::string& one, const std::string& other)
+{
+    const std::string& region = other == "banner" ? one : other;
+    findings.push_back({.level = severity::warning,
+        .kind = "regions-overlap",
+        .at = region_position(context.places, region),
+        .region = region,
+        .what = formatted("\"%s\" and \"%s\" overlap: receivers may differ", one.c_str(), other.c_str()),
+        .advice = "move one of them; the icons lie from 603 to 690 across, whatever the layout says"});
+}
+
 void report_left_out(finding_list& findings, const std::vector<screen_region>& drawn,
-    const std::vector<expected_region>& expected)
+    const std::vector<expected_region>& expected, const check_context& context)
 {
     for (const expected_region& wanted : expected)
         if (std::ranges::find(drawn, wanted.name, &screen_region::name) == drawn.end())
-            add(findings, severity::warning, wanted.name + ": the region has no pixel and is left out");
+            findings.push_back({.level = severity::warning,
+                .kind = "empty-region",
+                .at = region_position(context.places, wanted.name),
+                .region = wanted.name,
+                .what = "the region has no pixel and is left out",
+                .advice =
+                    "give the region a width and a height; with adjustRegionSize=\"yes\" the text needs "
+                    "letters and a size"});
+}
+
+void report_contrast(finding_list& findings, const expected_region& expected, const text_contrast& contrast,
+    const source_position& at)
+{
+    const double size = expected.layout->size;
+    if (contrast.lowest >= wanted_contrast(size))
+        return;
+    const bool is_hidden = contrast.highest < least_contrast(size);
+    const bool depends = contrast.highest >= wanted_contrast(size);
+    findings.push_back({.level = is_hidden ? severity::error : severity::warning,
+        .kind = "low-contrast",
+        .at = at,
+        .region = expected.name,
+        .what = depends
+            ? formatted("the text is hard to read over some pictures, since its ground is not "
+                        "opaque: its contrast falls to %.1f : 1",
+                contrast.lowest)
+            : formatted("%s its contrast is %.1f : 1",
+                is_hidden ? "viewers see little or nothing of the text:" : "the text is hard to read:",
+                contrast.highest),
+        .advice = formatted(
+            "choose other colours: text of this size needs %.1f : 1 (WCAG 2.1)", wanted_contrast(size))});
 }
 
 } // namespace
@@ -267,55 +465,54 @@ void name_regions(std::vector<screen_region>& drawn, const std::vector<expected_
     }
 }
 
-finding_list check_article(
-    const item& article, const std::vector<expected_region>& expected, const std::string& folder)
+finding_list check_article(const item& article, const article_places& places,
+    const std::vector<expected_region>& expected, const check_context& context)
 {
-    finding_list findings;
+    article_check check{.article = article, .places = places, .context = context};
     for (const expected_region& wanted : expected) {
         if (wanted.layout == nullptr)
             continue;
-        check_place(findings, wanted);
+        check_place(check, wanted);
         if (wanted.text != nullptr)
-            check_text(findings, wanted);
+            check_text(check, wanted);
         if (wanted.name == "brand")
-            check_logo(findings, article);
+            check_logo(check);
     }
-    check_icons(findings, article, folder);
-    return findings;
+    check_icons(check);
+    return check.findings;
 }
 
-finding_list check_regions(
-    const std::vector<screen_region>& drawn, const std::vector<expected_region>& expected)
+finding_list check_regions(const std::vector<screen_region>& drawn,
+    const std::vector<expected_region>& expected, const check_context& context)
 {
     finding_list findings;
-    report_left_out(findings, drawn, expected);
+    report_left_out(findings, drawn, expected, context);
     for (std::size_t i = 0; i < drawn.size(); ++i) {
         const screen_region& region = drawn[i];
-        const auto name = region.name.c_str();
-        report_leaving(findings, name, std::uint64_t{region.x} + region.width, display_width, "right");
-        report_leaving(findings, name, std::uint64_t{region.y} + region.height, display_height, "bottom");
-        report_size(findings, region);
+        const finding base{.at = region_position(context.places, region.name), .region = region.name};
+        report_leaving(findings, base, std::uint64_t{region.x} + region.width, display_width, "right");
+        report_leaving(findings, base, std::uint64_t{region.y} + region.height, display_height, "bottom");
+        report_size(findings, base, region);
         for (std::size_t j = 0; j < i; ++j)
             if (overlap(region, drawn[j]))
-                add(findings, severity::warning,
-                    formatted("%s and %s overlap: receivers may differ", drawn[j].name.c_str(), name));
+                report_overlap(findings, context, drawn[j].name, region.name);
     }
     return findings;
 }
 
-finding_list check_layout(const layout_region* layout)
+finding_list check_contrast(const std::vector<screen_region>& drawn,
+    const std::vector<decoded_region>& decoded, const std::vector<expected_region>& expected,
+    const check_context& context)
 {
     finding_list findings;
-    for (const char* name : layout_names)
-        if (getRegionByName(layout, name) == nullptr)
-            add(findings, severity::note, formatted("the layout has no region \"%s\"", name));
-    for (const layout_region* region = layout; region != nullptr; region = region->next) {
-        const std::string_view name = region->name == nullptr ? "" : region->name;
-        if (std::ranges::find(layout_names, name) == layout_names.end())
-            add(findings, severity::note, formatted("the layout's region \"%s\" is never used", name.data()));
-        else if (getRegionByName(layout, region->name) != region)
-            add(findings, severity::note,
-                formatted("the layout has the region \"%s\" twice: the first counts", region->name));
+    for (std::size_t i = 0; i < std::min(drawn.size(), decoded.size()); ++i) {
+        const auto wanted = std::ranges::find(expected, drawn[i].name, &expected_region::name);
+        const layout_element* const element = find_region(context.places, drawn[i].name);
+        if (wanted == expected.end() || element == nullptr || !element->has_colours
+            || !can_be_measured(*wanted) || ink_of(*wanted->layout, wanted->text).width <= 0)
+            continue;
+        const text_contrast contrast = contrast_of(decoded[i], *wanted->layout);
+        report_contrast(findings, *wanted, contrast, text_position(context.places, wanted->name));
     }
     return findings;
 }

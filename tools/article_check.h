@@ -1,9 +1,13 @@
 #pragma once
 
+#include "article_places.h"
 #include "finding.h"
+#include "font_check.h"
 #include "item.h"
 #include "layout.h"
+#include "layout_file.h"
 #include "screen_region.h"
+#include "subtitle_decoder.h"
 
 #include <string>
 #include <vector>
@@ -15,6 +19,15 @@ struct expected_region {
     const char* text = nullptr;            ///< null for a picture
 };
 
+/// What articles are checked with, beside the article.
+struct check_context {
+    const layout_region* layout = nullptr;
+    const layout_places& places;           ///< of the layout
+    const std::string& folder;             ///< of icons and logos; its path ends with a slash
+    const std::vector<std::string>& files; ///< in that folder
+    font_book& fonts;
+};
+
 /// The regions of an article, in their order.
 std::vector<expected_region> expected_regions(const item& article, const layout_region* layout);
 
@@ -22,14 +35,15 @@ std::vector<expected_region> expected_regions(const item& article, const layout_
 /// out. Regions are told by their place, and by their size where that is fixed.
 void name_regions(std::vector<screen_region>& drawn, const std::vector<expected_region>& expected);
 
-/// What is wrong with an article's texts, logo and icons, and with the places of its regions. The icons
-/// lie in the folder, whose path ends with a slash.
-finding_list check_article(
-    const item& article, const std::vector<expected_region>& expected, const std::string& folder);
+/// What is wrong with an article's texts, logo and icons, and with the places of its regions.
+finding_list check_article(const item& article, const article_places& places,
+    const std::vector<expected_region>& expected, const check_context& context);
 
 /// What is wrong with the regions as they were drawn, names and all.
-finding_list check_regions(
-    const std::vector<screen_region>& drawn, const std::vector<expected_region>& expected);
+finding_list check_regions(const std::vector<screen_region>& drawn,
+    const std::vector<expected_region>& expected, const check_context& context);
 
-/// Regions that the layout lacks, and those that are of no use in it.
-finding_list check_layout(const layout_region* layout);
+/// Texts that can hardly be told from their grounds. The decoded regions are the drawn ones.
+finding_list check_contrast(const std::vector<screen_region>& drawn,
+    const std::vector<decoded_region>& decoded, const std::vector<expected_region>& expected,
+    const check_context& context);

@@ -1,10 +1,11 @@
 #include "article_screen.h"
 
-#include "article_check.h"
 #include "display_set.h"
 #include "formatted.h"
+#include "layout_file.h"
 #include "registers.h"
 #include "services.h"
+#include "silence.h"
 #include "ts_packet.h"
 
 #include <algorithm>
@@ -15,17 +16,20 @@ constexpr std::uint32_t display_set_capacity = 64000;
 constexpr std::size_t problems_shown = 3;
 constexpr std::int32_t largest_level = 255; ///< no two colours are farther apart
 
-void add(finding_list& findings, severity level, std::string text)
-{
-    findings.push_back({.level = level, .text = std::move(text)});
-}
-
 void append(finding_list& findings, const finding_list& more)
 {
     findings.insert(findings.end(), more.begin(), more.end());
 }
 
-std::vector<screen_region> describe(const subpicture& drawn)
+const plain::colour_reduction& reduce(known_reductions& known, const subpicture_region& region)
+{
+    const pixel_digest pixels = digest_of(*region.picture);
+    const auto found = known.find(pixels);
+    return found != known.end() ? found->second
+                                : known.emplace(pixels, plain::reduce_colours(region)).first->second;
+}
+
+std::vector<screen_region> describe(const subpicture& drawn, known_reductions& known)
 {
     std::vector<screen_region> regions;
     for (const subpicture_region* region = drawn.regions; region != nullptr; region = region->next)
@@ -33,19 +37,8 @@ std::vector<screen_region> describe(const subpicture& drawn)
             .y = region->y,
             .width = region->width,
             .height = region->height,
-            .colours = plain::reduce_colours(*region)});
+            .colours = reduce(known, *region)});
     return regions;
-}
-
-/// A colour as the CLUT definition sends it (7.2.4): Y 0 stands for full transparency.
-clut_colour as_sent(const palette_entry& colour)
-{
-    const auto [y, u, v, a] = colour;
-    return {.y = a == 0 ? std::uint8_t{0} : y,
-        .cr = v,
-        .cb = u,
-        .t = static_cast<std::uint8_t>(255 - a),
-        .defined = true};
 }
 
 bool agrees(const screen_region& wanted, const decoded_region& decoded)
@@ -66,62 +59,106 @@ void compare(finding_list& findings, const article_screen& screen)
         return;
     const bool agree = std::ranges::equal(screen.regions, screen.page.regions, agrees); // and as many of them
     if (!agree)
-        add(findings, severity::broken,
-            "the encoded picture is not what was drawn: please report this fault of the software");
+        findings.push_back({.level = severity::error,
+            .kind = "software-fault",
+            .what = "the encoded picture is not what was drawn",
+            .advice = "please report this fault of the software"});
 }
 
-void check_encoding(
-    finding_list& findings, const std::vector<std::string>& problems, const block& display_set)
+void check_encoding(finding_list& findings, const std::vector<std::string>& problems,
+    const block& display_set, const source_position& at)
 {
     if (display_set.length >= display_set_capacity && !problems.empty())
-        add(findings, severity::broken,
-            formatted("the display set is cut at %u bytes: viewers see a broken page", display_set_capacity));
+        findings.push_back({.level = severity::error,
+            .kind = "display-set-cut",
+            .at = at,
+            .what = formatted(
+                "viewers see a broken page: the display set is cut at %u bytes", display_set_capacity),
+            .advice = "draw logo and icons with fewer colours and flat areas"});
     for (std::size_t i = 0; i < std::min(problems.size(), problems_shown); ++i)
-        add(findings, severity::broken, "a receiver finds: " + problems[i]);
+        findings.push_back({.level = severity::error,
+            .kind = "receiver-problem",
+            .at = at,
+            .what = "a receiver finds: " + problems[i]});
 }
 
-void check_colours(finding_list& findings, const std::vector<screen_region>& regions)
+void check_colours(
+    finding_list& findings, const std::vector<screen_region>& regions, const check_context& context)
 {
     for (const screen_region& region : regions) {
-        if (!region.colours.tolerance_sufficed)
-            add(findings, severity::warning,
-                formatted("%s: 16 colours cannot stand for those of this picture", region.name.c_str()));
-        if (region.colours.largest_error > largest_level)
-            add(findings, severity::warning,
-                formatted("%s: the carried error has run away: some pixels have quite another colour",
-                    region.name.c_str()));
+        finding found{.level = severity::warning,
+            .at = region_position(context.places, region.name),
+            .region = region.name,
+            .advice = "draw the picture with fewer colours, pure black and pure white among them"};
+        if (!region.colours.tolerance_sufficed) {
+            found.kind = "too-many-colours";
+            found.what = "16 colours cannot stand for those of this picture";
+            findings.push_back(found);
+        }
+        if (region.colours.largest_error > largest_level) {
+            found.kind = "wrong-pixels";
+            found.what = "some pixels have quite another colour: the carried error has run away";
+            findings.push_back(found);
+        }
     }
+}
+
+/// Whether the finding tells by itself why the article cannot be prepared.
+bool ends_the_daemon(const finding& found)
+{
+    return found.what.ends_with("the daemon does not start");
 }
 
 } // namespace
 
-article_screen make_screen(subtitle_stream& stream, const item& article, const layout_region* layout,
-    const image_source& images, coded_regions& encoded)
+clut_colour as_sent(const palette_entry& colour)
 {
+    const auto [y, u, v, a] = colour;
+    return {.y = a == 0 ? std::uint8_t{0} : y,
+        .cr = v,
+        .cb = u,
+        .t = static_cast<std::uint8_t>(255 - a),
+        .defined = true};
+}
+
+article_screen make_screen(subtitle_stream& stream, const item& article, const layout_region* layout,
+    const std::string& folder, drawing_aids& aids)
+{
+    silence messages(stderr); // findings tell more of what they tell
     article_screen screen;
-    const owned_subpicture drawn = draw_article(article, layout, images);
+    const owned_subpicture drawn = draw_article(article, layout, {.folder = folder, .cache = &aids.images});
     if (drawn)
-        screen.regions = describe(*drawn);
-    screen.prepared = drawn && encode_service(stream, drawn.get(), encoded);
+        screen.regions = describe(*drawn, aids.reductions);
+    screen.prepared = drawn && encode_service(stream, drawn.get(), aids.encoded);
     if (screen.prepared)
         screen.page = decode_display_set({stream.display_set->buffer, stream.display_set->length});
+    else
+        screen.failure = messages.said();
     return screen;
 }
 
 finding_list check_screen(article_screen& screen, const subtitle_stream& stream, const item& article,
-    const layout_region* layout, const std::string& folder)
+    const article_places& places, const check_context& context)
 {
-    const auto expected = expected_regions(article, layout);
-    finding_list findings = check_article(article, expected, folder);
+    const auto expected = expected_regions(article, context.layout);
+    finding_list findings = check_article(article, places, expected, context);
     name_regions(screen.regions, expected);
     if (!screen.regions.empty()) // otherwise drawing broke off
-        append(findings, check_regions(screen.regions, expected));
+        append(findings, check_regions(screen.regions, expected, context));
+    if (!screen.prepared && std::ranges::any_of(findings, ends_the_daemon))
+        return findings;
     if (!screen.prepared) {
-        add(findings, severity::broken, "the article cannot be prepared: the daemon does not start");
+        findings.push_back({.level = severity::error,
+            .kind = "not-prepared",
+            .at = places.at,
+            .what = "the daemon does not start: it cannot prepare the article (" + screen.failure + ")",
+            .advice = "mend what is said of this article, its logo and its regions"});
         return findings;
     }
-    check_encoding(findings, screen.page.problems, *stream.display_set);
-    check_colours(findings, screen.regions);
+    check_encoding(findings, screen.page.problems, *stream.display_set, places.at);
+    check_colours(findings, screen.regions, context);
+    if (screen.page.problems.empty())
+        append(findings, check_contrast(screen.regions, screen.page.regions, expected, context));
     compare(findings, screen);
     return findings;
 }

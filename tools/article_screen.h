@@ -1,5 +1,6 @@
 #pragma once
 
+#include "article_check.h"
 #include "banner.h"
 #include "finding.h"
 #include "item.h"
@@ -10,27 +11,42 @@
 #include "subtitle_decoder.h"
 
 #include <cstdint>
+#include <map>
+#include <string>
 #include <vector>
 
 /// What becomes of an article.
 struct article_screen {
     bool prepared = false; ///< otherwise the daemon does not start, and there is no page
     std::vector<screen_region> regions{};
-    decoded_page page{}; ///< as a receiver reads the encoded display set
+    decoded_page page{};   ///< as a receiver reads the encoded display set
+    std::string failure{}; ///< what the daemon's code says when the article is not prepared
 };
 
-/// Draws and encodes the article with the daemon's own code, which says what goes wrong on standard
-/// error, and decodes it again. The encoded blocks go into the stream and are the caller's. Icons come from
-/// the images' folder; images and encoded regions are used again from one article to the next.
+/// Reductions of regions by their pixels: articles have logos and whole banners in common.
+using known_reductions = std::map<pixel_digest, plain::colour_reduction>;
+
+/// What is used again from one article to the next.
+struct drawing_aids {
+    image_cache images{};
+    coded_regions encoded{};
+    known_reductions reductions{};
+};
+
+/// Draws and encodes the article with the daemon's own code and decodes it again. The encoded blocks go into
+/// the stream and are the caller's. Icons come from the folder, whose path ends with a slash.
 /// Pictures are the daemon's when all articles are drawn before anything else is, in their order: a font
 /// keeps its state (see `AddTextSubtitle`), so measuring a text in between could change the next one.
 article_screen make_screen(subtitle_stream& stream, const item& article, const layout_region* layout,
-    const image_source& images, coded_regions& encoded);
+    const std::string& folder, drawing_aids& aids);
 
-/// Names the regions of a screen by the layout and tells what is wrong with it. Icons are looked for in the
-/// folder, whose path ends with a slash.
+/// Names the regions of a screen by the layout and tells what is wrong with it. The findings have neither
+/// article nor host nor screen yet.
 finding_list check_screen(article_screen& screen, const subtitle_stream& stream, const item& article,
-    const layout_region* layout, const std::string& folder);
+    const article_places& places, const check_context& context);
+
+/// A colour as the CLUT definition sends it (ETSI EN 300 743 7.2.4): Y 0 stands for full transparency.
+clut_colour as_sent(const palette_entry& colour);
 
 /// Packets that the block takes with its PES header, each PES packet beginning a new one.
 std::uint32_t packets_of(const block& payload);

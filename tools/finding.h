@@ -8,13 +8,29 @@
 enum class severity : std::uint8_t {
     note,    ///< worth knowing
     warning, ///< something is missing on the screen, or receivers may differ
-    broken,  ///< viewers see something wrong, or the daemon does not start
+    error,   ///< viewers see something broken, wrong or nothing, or the daemon does not start
 };
 
-/// What the preview has to say about a screen, or about all of them.
+/// A place in a file; columns count characters. Without a line it is the whole file, without a file none.
+struct source_position {
+    std::string file{};     ///< path
+    std::uint32_t line = 0; ///< both count from 1
+    std::uint32_t column = 0;
+
+    bool operator==(const source_position&) const = default;
+};
+
+/// What there is to say about a file, an article or a screen.
 struct finding {
     severity level = severity::note;
-    std::string text{};
+    std::string kind{}; ///< what is found, for programs: "unknown-element"; docs/preview.md lists them
+    source_position at{};
+    std::string article{};    ///< its code; empty: it has none, or it is not about an article
+    std::string host{};       ///< that shows the article; empty: any
+    std::uint32_t screen = 0; ///< number of the article among those shown, from 1; 0: none
+    std::string region{};     ///< of the layout, or "banner"; empty: none
+    std::string what{};       ///< what viewers will see, one sentence without its full stop
+    std::string advice{};     ///< what to write or do instead; may be empty
 };
 
 using finding_list = std::vector<finding>;

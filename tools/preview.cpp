@@ -1,17 +1,21 @@
 #include "preview.h"
 
-#include "article_check.h"
-#include "article_screen.h"
-#include "cycle_time.h"
+#include "chain.h"
+#include "findings.h"
+#include "findings_json.h"
+#include "formatted.h"
+#include "host_check.h"
 #include "preview_options.h"
 #include "report.h"
 #include "screen_file.h"
 #include "screen_picture.h"
 #include "services.h"
+#include "settings.h"
 #include "shop.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <span>
@@ -22,7 +26,7 @@
 namespace {
 
 constexpr int status_well = 0;
-constexpr int status_broken = 1;
+constexpr int status_wrong = 1;
 constexpr int status_no_preview = 2;
 constexpr std::size_t code_length_max = 64;
 
@@ -30,13 +34,14 @@ constexpr std::size_t code_length_max = 64;
 struct preview {
     preview_options options{};
     background ground{};
-    shop found{};
+    std::string host{};
+    shop_files files{};
     driver_state state{};
-    image_cache images{};
-    coded_regions encoded{};
-    std::vector<article_screen> screens{}; ///< of all articles
-    finding_list findings{};               ///< about all that is shown
-    std::string failure{};                 ///< why the preview ends early
+    host_screens all{};
+    finding_list findings{}; ///< about all that is shown
+    check_summary summary{};
+    std::vector<shown_screen> shown{};
+    std::string failure{}; ///< why the preview ends early
 };
 
 /// The services that the preview ends with.
@@ -55,16 +60,11 @@ int no_preview(const std::string& why)
     return status_no_preview;
 }
 
-/// What the daemon's code says on standard error comes between the parts of the report.
-void print(const std::string& text)
+/// Parts of the report for people.
+void print(const preview& view, const std::string& text)
 {
-    std::fputs(text.c_str(), stdout);
-    std::fflush(stdout);
-}
-
-void keep(preview& view, const finding_list& more)
-{
-    view.findings.insert(view.findings.end(), more.begin(), more.end());
+    if (view.options.format == "human")
+        std::fputs(text.c_str(), stdout);
 }
 
 bool is_wanted(const preview& view, const item& article)
@@ -93,28 +93,20 @@ std::string picture_path(const preview& view, std::uint32_t number, const item& 
     return (std::filesystem::path(view.options.output) / name).string();
 }
 
-/// All of them, also those that are not asked for: see `make_screen`.
-void draw_articles(preview& view)
-{
-    const item* article = view.state.articles;
-    for (std::uint32_t i = 0; i < view.state.service_count; ++i, article = article->next)
-        view.screens.push_back(make_screen(view.state.streams[i], *article, view.state.layout,
-            {.folder = view.options.resources, .cache = &view.images}, view.encoded));
-}
-
 void show_article(preview& view, std::uint32_t index, const item& article)
 {
-    const subtitle_stream& stream = view.state.streams[index];
-    article_screen& screen = view.screens[index];
-    const auto findings = check_screen(screen, stream, article, view.state.layout, view.options.resources);
+    const article_screen& screen = view.all.screens[index];
     std::string path;
     if (screen.prepared) {
         path = picture_path(view, index + 1, article);
         view.failure = write_screen(lay_over(view.ground, compose_screen(screen.page)), path);
     }
-    print(screen_heading(index + 1, article, path) + screen_report(screen, stream) + findings_report(findings)
-        + "\n");
-    keep(view, findings);
+    view.shown.push_back({.number = index + 1,
+        .article = article.code == nullptr ? "" : article.code,
+        .host = view.host,
+        .picture = path});
+    print(view,
+        screen_heading(index + 1, article, path) + screen_report(screen, view.state.streams[index]) + "\n");
 }
 
 void show_articles(preview& view)
@@ -126,19 +118,6 @@ void show_articles(preview& view)
             show_article(view, i, *article);
 }
 
-/// With all display sets at hand, what the device has room for and how long it takes.
-void show_cycle(preview& view)
-{
-    const bool all_prepared = std::ranges::all_of(view.screens, &article_screen::prepared);
-    if (view.state.service_count == 0 || !all_prepared || !view.options.article.empty())
-        return;
-    if (const auto cost = measure_cycle(view.state))
-        print(cycle_report(view.state, *cost));
-    else
-        view.findings.push_back({.level = severity::broken,
-            .text = "packet memory has no room for the tables of all services: the daemon does not start"});
-}
-
 bool has_article(const preview& view)
 {
     const item* article = view.state.articles;
@@ -148,23 +127,14 @@ bool has_article(const preview& view)
     return false;
 }
 
-void introduce(preview& view)
-{
-    keep(view, view.found.findings);
-    if (view.state.layout != nullptr)
-        keep(view, check_layout(view.state.layout));
-    print(std::to_string(view.state.service_count) + " of "
-        + std::to_string(view.state.service_count + view.found.dropped.size())
-        + " articles are shown; files of " + view.options.resources + "\n" + findings_report(view.findings)
-        + "\n");
-}
-
 /// Makes sure of what the options name, before anything is drawn. Returns what is wrong.
 std::string open_places(preview& view)
 {
     std::error_code error;
     if (!std::filesystem::is_directory(view.options.resources, error))
         return "there is no folder " + view.options.resources;
+    if (view.options.all_hosts)
+        return ""; // no picture is made, and no process begins with cairo in use
     view.ground = make_background(view.options.background);
     if (!view.ground.error.empty())
         return view.ground.error;
@@ -172,22 +142,89 @@ std::string open_places(preview& view)
     return error ? "cannot make the folder " + view.options.output + ": " + error.message() : "";
 }
 
+/// The last part of every report. Returns the exit status.
+int conclude(const preview& view, const finding_groups& findings)
+{
+    if (view.options.format == "json")
+        std::fputs(json_report(view.summary, view.shown, findings).c_str(), stdout);
+    print(view, findings_report(findings) + verdict(findings));
+    std::fflush(stdout);
+    const bool wrong = findings.count.errors != 0 || (view.options.strict && findings.count.warnings != 0);
+    return wrong ? status_wrong : status_well;
+}
+
+void keep(preview& view, const finding_list& more)
+{
+    view.findings.insert(view.findings.end(), more.begin(), more.end());
+}
+
+/// What is about an article that is not asked for is left out.
+finding_groups wanted_findings(const preview& view)
+{
+    finding_groups groups;
+    for (const finding& found : view.findings)
+        if (view.options.article.empty() || found.article.empty() || found.article == view.options.article)
+            add_finding(groups, found);
+    return groups;
+}
+
+/// Loads and checks the articles of the host.
+void check(preview& view)
+{
+    view.findings = check_settings();
+    view.files = read_shop(
+        view.options.resources, view.host, [&](const finding& found) { view.findings.push_back(found); });
+    load_shop(view.state, view.options.resources);
+    view.all = check_host(view.state, view.files, view.host);
+    keep(view, view.all.findings);
+    if (view.state.service_count == 0)
+        view.findings.push_back(no_article(view.files, view.host));
+    view.summary = {.hosts = 1, .articles = view.state.service_count};
+    const auto found = view.files.hosts.find(view.host);
+    if (found != view.files.hosts.end())
+        view.summary.dropped_over_forty = found->second.size() - view.state.service_count;
+}
+
 int show(preview& view)
 {
     const owned_services services(&view.state);
-    view.found = load_shop(view.state, view.options.resources);
+    check(view);
     if (view.state.service_count != 0 && !has_article(view))
         return no_preview("no article of this host has the code " + view.options.article);
-    introduce(view);
-    draw_articles(view);
+    print(view,
+        formatted("%u of %zu articles are shown; files of %s\n\n", view.state.service_count,
+            view.files.listed.size(), view.options.resources.c_str()));
     show_articles(view);
     if (!view.failure.empty())
         return no_preview(view.failure);
-    print(dropped_report(view.found));
-    show_cycle(view);
-    print(verdict(view.findings));
-    const bool broken = std::ranges::count(view.findings, severity::broken, &finding::level) != 0;
-    return broken ? status_broken : status_well;
+    print(view, dropped_report(dropped_articles(view.files, view.host)));
+    if (view.all.cost && view.options.article.empty())
+        print(view, cycle_report(view.state, *view.all.cost));
+    return conclude(view, wanted_findings(view));
+}
+
+int show_all_hosts(preview& view)
+{
+    finding_groups findings;
+    add_findings(findings, check_settings());
+    view.files = read_shop(
+        view.options.resources, std::nullopt, [&](const finding& found) { add_finding(findings, found); });
+    check_all_hosts(view.files, view.state, view.summary, findings);
+    if (view.files.hosts.empty())
+        add_finding(findings, no_article(view.files, ""));
+    print(view,
+        counted(view.summary.hosts, "host") + ", " + counted(view.summary.articles, "article") + " shown, "
+            + counted(view.summary.dropped_over_forty, "article")
+            + " over forty of a host not shown; files of " + view.options.resources + "\n\n");
+    return conclude(view, findings);
+}
+
+/// The daemon's code asks the settings for the host.
+void choose_host(preview& view)
+{
+    if (!view.options.host.empty())
+        setenv(host_setting, view.options.host.c_str(), 1);
+    view.host = text_setting(host_setting).value_or("");
 }
 
 } // namespace
@@ -196,7 +233,7 @@ int run_preview(int argc, char** argv)
 {
     preview view{.options = parse_preview_options(argc, argv)};
     if (view.options.help) {
-        print(preview_help());
+        print(view, preview_help());
         return status_well;
     }
     if (view.options.version) {
@@ -211,5 +248,6 @@ int run_preview(int argc, char** argv)
     if (!settings)
         return no_preview("cannot read the settings");
     view.state = *settings;
-    return show(view);
+    choose_host(view);
+    return view.options.all_hosts ? show_all_hosts(view) : show(view);
 }

@@ -2,6 +2,7 @@
 
 #include "resources.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <getopt.h>
@@ -18,6 +19,7 @@ struct option_rule {
     const char* argument = nullptr;
     const char* meaning = nullptr;
     std::string preview_options::*place = nullptr;
+    bool preview_options::*flag = nullptr; ///< of an option without an argument
 };
 
 constexpr option_rule rules[] = {
@@ -29,6 +31,11 @@ constexpr option_rule rules[] = {
     {"output", "FOLDER", "where the pictures go; made when it is not there (preview)",
         &preview_options::output},
     {"article", "CODE", "show this article only (all)", &preview_options::article},
+    {"host", "NAME", "show the articles of this host (that of the settings)", &preview_options::host},
+    {"all-hosts", "", "check every host of the article file; makes no pictures", nullptr,
+        &preview_options::all_hosts},
+    {"strict", "", "let warnings, too, make the exit status 1", nullptr, &preview_options::strict},
+    {"format", "human|json", "of the report (human)", &preview_options::format},
 };
 
 constexpr int help_value = static_cast<int>(std::size(rules));
@@ -39,8 +46,10 @@ option_list long_options()
 {
     option_list known{};
     for (std::size_t i = 0; i < std::size(rules); ++i)
-        known[i] = {
-            .name = rules[i].name, .has_arg = required_argument, .flag = nullptr, .val = static_cast<int>(i)};
+        known[i] = {.name = rules[i].name,
+            .has_arg = rules[i].place == nullptr ? no_argument : required_argument,
+            .flag = nullptr,
+            .val = static_cast<int>(i)};
     known[help_value] = {.name = "help", .has_arg = no_argument, .flag = nullptr, .val = help_value};
     known[version_value] = {.name = "version", .has_arg = no_argument, .flag = nullptr, .val = version_value};
     return known;
@@ -48,9 +57,21 @@ option_list long_options()
 
 void take_option(preview_options& options, const option_rule& rule, const char* value)
 {
+    if (rule.flag != nullptr) {
+        options.*rule.flag = true;
+        return;
+    }
     options.*rule.place = value;
     if ((options.*rule.place).empty())
         options.error = std::string("--") + rule.name + " needs a value";
+}
+
+void check_choices(preview_options& options)
+{
+    if (options.format != "human" && options.format != "json")
+        options.error = "--format is human or json";
+    if (options.all_hosts && !(options.host + options.article).empty())
+        options.error = "--all-hosts leaves no choice of --host or --article";
 }
 
 void complete_resources(preview_options& options)
@@ -84,6 +105,7 @@ preview_options parse_preview_options(int argc, char** argv)
     }
     if (optind < argc)
         options.error = std::string("what is \"") + argv[optind] + "\" for?";
+    check_choices(options);
     complete_resources(options);
     return options;
 }
@@ -99,7 +121,7 @@ std::string preview_help()
     constexpr std::size_t column = 29;
     for (const option_rule& rule : rules) {
         std::string head = std::string("  --") + rule.name + " " + rule.argument;
-        head.resize(column, ' ');
+        head.resize(std::max(column, head.size() + 1), ' ');
         text += head;
         for (const char character : std::string_view(rule.meaning)) {
             text += character;
@@ -111,7 +133,7 @@ std::string preview_help()
     return text
         + "  --help                     this text\n"
           "  --version                  which version this is\n\n"
-          "Exit status: 0 when all is well, 1 when viewers would see something broken or the daemon would\n"
-          "not start (the report says what), 2 when there was no preview (wrong options, a picture that\n"
-          "cannot be read or written).\n";
+          "Exit status: 0 when all is well, 1 when viewers would see something broken, wrong or nothing\n"
+          "(with --strict, also when there is a warning), 2 when nothing could be checked (wrong options,\n"
+          "a picture that cannot be read or written).\n";
 }

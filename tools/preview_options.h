@@ -11,7 +11,11 @@ struct preview_options {
     std::string resources = "/usr/playout/.medias/resources/"; ///< folder; its path ends with a slash
     std::string background = "#606060";                        ///< a colour or the path of a PNG file
     std::string output = "preview";                            ///< folder
-    std::string article{}; ///< code of the only article to show; empty: all
+    std::string article{};        ///< code of the only article to show; empty: all
+    std::string host{};           ///< whose articles; empty: that of the settings
+    std::string format = "human"; ///< of the report; or "json"
+    bool all_hosts = false;       ///< check every host of the article file
+    bool strict = false;          ///< warnings count as errors
 };
 
 /// Reads the command line. What is wrong with it is said in `error`.

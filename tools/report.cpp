@@ -7,7 +7,10 @@
 
 namespace {
 
-constexpr const char* severity_names[] = {"note", "warning", "BROKEN"};
+constexpr const char* severity_names[] = {"note", "warning", "error"};
+constexpr std::size_t report_width = 100;
+constexpr std::size_t articles_named = 5;
+constexpr std::size_t dropped_shown = 20;
 
 /// "12,345"
 std::string grouped(std::uint64_t number)
@@ -18,9 +21,83 @@ std::string grouped(std::uint64_t number)
     return text;
 }
 
-std::string counted(std::uint64_t number, const char* thing)
+/// The text in lines of at most the report's width; those after the first begin with the indentation.
+std::string wrapped(const std::string& text, std::size_t indentation)
 {
-    return grouped(number) + " " + thing + (number == 1 ? "" : "s");
+    std::string lines;
+    std::size_t column = 0;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t end =
+            std::min(text.find(' ', at + 1), text.size()); // with the blank before the word
+        const auto width = static_cast<std::size_t>(std::count_if(
+            text.begin() + static_cast<std::ptrdiff_t>(at), text.begin() + static_cast<std::ptrdiff_t>(end),
+            [](char character) { return (static_cast<unsigned char>(character) & 0xC0U) != 0x80; }));
+        if (column + width > report_width && column > indentation) {
+            lines.append("\n").append(indentation, ' ');
+            column = indentation - 1;
+            ++at;
+        }
+        lines.append(text, at, end - at);
+        column += width;
+        at = end;
+    }
+    return lines + "\n";
+}
+
+/// "12:5:", as far as it is known.
+std::string position_text(const source_position& at)
+{
+    if (at.file.empty())
+        return "";
+    return at.line == 0 ? at.file + ": " : formatted("%s:%u:%u: ", at.file.c_str(), at.line, at.column);
+}
+
+std::string place_text(const finding_place& place, bool with_host)
+{
+    const std::string article = place.article.empty() ? "without a code" : place.article;
+    return with_host && !place.host.empty() ? article + " on " + place.host : article;
+}
+
+bool is_one_host(const finding_group& group)
+{
+    return std::ranges::all_of(
+        group.places, [&](const finding_place& place) { return place.host == group.first.host; });
+}
+
+/// "article TV1, screen 1, region model", or how many articles and which.
+std::string subject_text(const finding_group& group)
+{
+    const finding& first = group.first;
+    std::string text;
+    if (group.count > 1) {
+        text = counted(group.count, "time") + ": ";
+        for (std::size_t i = 0; i < std::min(group.places.size(), articles_named); ++i)
+            text += (i == 0 ? "" : ", ") + place_text(group.places[i], !is_one_host(group));
+        if (group.count > articles_named)
+            text += ", …";
+    } else if (!first.article.empty() || first.screen != 0)
+        text = "article " + place_text(group.places.front(), false);
+    if (is_one_host(group) && !first.host.empty())
+        text += (text.empty() ? "host " : ", host ") + first.host;
+    if (group.count == 1 && first.screen != 0)
+        text += formatted(", screen %u", first.screen);
+    if (!first.region.empty())
+        text += (text.empty() ? "region " : ", region ") + first.region;
+    return text;
+}
+
+std::string group_report(const finding_group& group)
+{
+    const finding& found = group.first;
+    std::string text = position_text(found.at)
+        + wrapped(std::string(severity_names[static_cast<std::size_t>(found.level)]) + ": "
+                + printable(found.what.c_str()),
+            4);
+    if (!found.advice.empty())
+        text += wrapped("    -> " + printable(found.advice.c_str()), 7);
+    if (const std::string subject = subject_text(group); !subject.empty())
+        text += wrapped("    (" + printable(subject.c_str()) + ")", 5);
+    return text;
 }
 
 std::string region_line(const screen_region& region)
@@ -77,13 +154,15 @@ std::string screen_report(const article_screen& screen, const subtitle_stream& s
     return text;
 }
 
-std::string dropped_report(const shop& found)
+std::string dropped_report(const std::vector<dropped_article>& dropped)
 {
     std::string text;
-    for (const dropped_article& article : found.dropped)
+    for (std::size_t i = 0; i < std::min(dropped.size(), dropped_shown); ++i)
         text += formatted("    %-12s %s\n",
-            article.code.empty() ? "(no code)" : printable(article.code.c_str()).c_str(),
-            printable(article.reason.c_str()).c_str());
+            dropped[i].code.empty() ? "(no code)" : printable(dropped[i].code.c_str()).c_str(),
+            printable(dropped[i].reason.c_str()).c_str());
+    if (dropped.size() > dropped_shown)
+        text += "    and " + counted(dropped.size() - dropped_shown, "other") + "\n";
     return text.empty() ? "" : "Articles that are not shown\n" + text + "\n";
 }
 
@@ -103,25 +182,28 @@ std::string cycle_report(const driver_state& state, const cycle_cost& cost)
         + counted(cost.slot_packets, "packet") + "; the device is taken to be ready at once.\n\n";
 }
 
-std::string findings_report(const finding_list& findings)
+std::string findings_report(const finding_groups& findings)
 {
     std::string text;
-    for (const finding& found : findings)
-        text += std::string("    ") + severity_names[static_cast<std::size_t>(found.level)] + ": "
-            + printable(found.text.c_str()) + "\n";
-    return text;
+    for (const finding_group* group : sorted_groups(findings))
+        text += group_report(*group) + "\n";
+    if (findings.unlisted != 0)
+        text += "and " + counted(findings.unlisted, "finding") + " of other kinds that are not listed\n\n";
+    return text.empty() ? "" : "Findings\n\n" + text;
 }
 
-std::string verdict(const finding_list& all)
+std::string counted(std::uint64_t number, const char* thing)
 {
-    const auto broken = std::ranges::count(all, severity::broken, &finding::level);
-    const auto warnings = std::ranges::count(all, severity::warning, &finding::level);
-    const std::string warned =
-        warnings == 0 ? "" : ", " + counted(static_cast<std::uint64_t>(warnings), "warning");
-    if (broken == 0)
-        return "All is well" + warned + ".\n";
-    return counted(static_cast<std::uint64_t>(broken), "thing") + (broken == 1 ? " is" : " are") + " broken"
-        + warned + ".\n";
+    return grouped(number) + " " + thing + (number == 1 ? "" : "s");
+}
+
+std::string verdict(const finding_groups& findings)
+{
+    const auto& [errors, warnings, notes] = findings.count;
+    const std::string noted = notes == 0 ? "" : ", " + counted(notes, "note");
+    if (errors == 0 && warnings == 0)
+        return "All is well" + noted + ".\n";
+    return counted(errors, "error") + ", " + counted(warnings, "warning") + noted + ".\n";
 }
 
 std::string printable(const char* text)

@@ -2,138 +2,362 @@
 
 #include "articles.h"
 #include "formatted.h"
-#include "handles.h"
+#include "picture_check.h"
+#include "resources.h"
 #include "services.h"
 #include "settings.h"
 #include "silence.h"
 #include "startup.h"
-#include "xml_file.h"
+#include "text.h"
 
-#include <array>
-#include <cerrno>
-#include <cstring>
-#include <map>
+#include <algorithm>
+#include <set>
+#include <string_view>
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace {
 
-constexpr const char* host_setting = "PREF_SYSTEM_NETWORK_HOSTNAME";
+constexpr std::int32_t largest_channel = 1023;
+constexpr std::size_t hosts_named = 10;
 
-void add(finding_list& findings, severity level, std::string text)
+// Reading
+
+void tell(const finding_taker& take, const finding_list& findings)
 {
-    findings.push_back({.level = level, .text = std::move(text)});
+    for (const finding& found : findings)
+        take(found);
 }
 
-/// Where and why a file is not well-formed XML; empty when it is. The daemon uses what stands before.
-std::string xml_problem(std::FILE* file)
+void read_listed(shop_files& files, const std::optional<std::string>& host, const finding_taker& take)
 {
-    const owned_xml_parser parser(XML_ParserCreate(nullptr));
-    std::array<char, 16384> bytes{};
-    for (bool last = false; !last;) {
-        const std::size_t count = std::fread(bytes.data(), 1, bytes.size(), file);
-        last = count < bytes.size();
-        if (XML_Parse(parser.get(), bytes.data(), static_cast<int>(count), last ? XML_TRUE : XML_FALSE)
-            != XML_STATUS_OK)
-            return formatted("is not well-formed in line %lu, column %lu (%s): what follows is not used",
-                XML_GetCurrentLineNumber(parser.get()), XML_GetCurrentColumnNumber(parser.get()) + 1,
-                XML_ErrorString(XML_GetErrorCode(parser.get())));
+    const auto concerns = [&](const article_element& article) {
+        return !host || article.host == *host || article.meant_host == *host || article.host.empty();
+    };
+    const auto take_article = [&](const article_element& article, const finding_list& findings) {
+        if (concerns(article))
+            tell(take, findings);
+        if (!article.host.empty())
+            files.hosts[article.host].push_back(files.listed.size());
+        files.listed.push_back(article);
+        files.listed.back().meant_host.clear();
+    };
+    files.article_frame = read_articles(files.articles, article_file_kind::articles, take_article);
+    tell(take, files.article_frame.findings);
+}
+
+void read_catalogue(shop_files& files, const std::optional<std::string>& host, const finding_taker& take)
+{
+    std::set<std::string> codes;
+    for (const article_element& article : files.listed)
+        if (!host || article.host == *host)
+            codes.insert(article.code);
+    const auto take_article = [&](const article_element& article, const finding_list& findings) {
+        if (!host || codes.contains(article.code) || article.code.empty())
+            tell(take, findings);
+        if (codes.contains(article.code))
+            files.catalogue.push_back(article);
+    };
+    files.reference_frame = read_articles(files.reference, article_file_kind::reference, take_article);
+    tell(take, files.reference_frame.findings);
+    std::ranges::stable_sort(files.catalogue, {}, &article_element::code);
+}
+
+// Articles of a host
+
+const std::vector<std::size_t>& articles_of(const shop_files& files, const std::string& host)
+{
+    static const std::vector<std::size_t> none;
+    const auto found = files.hosts.find(host);
+    return found == files.hosts.end() ? none : found->second;
+}
+
+auto catalogue_of(const shop_files& files, const std::string& code)
+{
+    return std::ranges::equal_range(files.catalogue, code, {}, &article_element::code);
+}
+
+source_position in_file(const file_bytes& file, const file_place& place)
+{
+    return {.file = file.path, .line = place.line, .column = place.column};
+}
+
+/// What the reference file has of an article: it fills what is open, but the last channel counts.
+void complete(article_places& places, const shop_files& files, const std::string& code)
+{
+    if (code.empty())
+        return;
+    for (const article_element& known : catalogue_of(files, code)) {
+        for (std::size_t i = 0; i < article_fields; ++i) {
+            const bool replaces = static_cast<article_field>(i) == article_field::channel;
+            if (known.fields[i].line != 0 && (replaces || places.fields[i].line == 0))
+                places.fields[i] = in_file(files.reference, known.fields[i]);
+        }
+        places.has_bad_channel = places.has_bad_channel || known.has_bad_channel;
     }
-    return "";
 }
 
-/// As the daemon opens it: for writing too.
-void check_file(shop& found, const std::string& path)
+article_places places_in(const file_bytes& file, const article_element& article)
 {
-    const owned_file file(std::fopen(path.c_str(), "r+"));
-    const std::string problem = file
-        ? xml_problem(file.get())
-        : formatted("cannot be opened for reading and writing: %s", std::strerror(errno));
-    if (!problem.empty())
-        add(found.findings, severity::broken, path + " " + problem);
+    article_places places{.at = in_file(file, article.at), .has_bad_channel = article.has_bad_channel};
+    for (std::size_t i = 0; i < article_fields; ++i)
+        if (article.fields[i].line != 0)
+            places.fields[i] = in_file(file, article.fields[i]);
+    return places;
 }
 
-std::string text_or_empty(const char* text)
+std::string code_of(const item& article)
 {
-    return text == nullptr ? "" : text;
+    return article.code == nullptr ? "" : article.code;
 }
 
-std::string reason_to_drop(const item& article, const std::string& host, std::uint32_t kept)
+/// Of receivers' channel lists: ten bits are sent.
+std::uint32_t sent_channel(const item& article)
 {
-    if (article.ovu == nullptr)
-        return "it names no host (ovu)";
-    if (article.ovu != host)
-        return formatted("it is for host %s", article.ovu);
-    return kept == services_max ? formatted("%u articles of this host stand before it", services_max) : "";
+    return static_cast<std::uint32_t>(article.channel) & 0x3FFU;
 }
 
-/// What the filter by host drops.
-void note_dropped(shop& found, const item* articles, const std::string& host)
+void check_channel(finding_list& findings, const item& article, const article_places& places)
 {
-    std::uint32_t kept = 0;
-    for (const item* article = articles; article != nullptr; article = article->next) {
-        const std::string reason = reason_to_drop(*article, host, kept);
-        if (reason.empty())
-            ++kept;
-        else
-            found.dropped.push_back({.code = text_or_empty(article->code), .reason = reason});
+    const source_position& at = places[article_field::channel];
+    if (at == places.at)
+        findings.push_back({.level = severity::error,
+            .kind = "no-channel",
+            .at = at,
+            .article = code_of(article),
+            .what = "the article has no channel: its service has no place in the channel list",
+            .advice = "write <channel>…</channel> with a number from 1 to 1023"});
+    else if ((article.channel < 1 || article.channel > largest_channel)
+        && !(article.channel == 0 && places.has_bad_channel))
+        findings.push_back({.level = severity::error,
+            .kind = "channel-out-of-range",
+            .at = at,
+            .article = code_of(article),
+            .what = sent_channel(article) == 0
+                ? formatted("the channel %d is no place in the channel list", article.channel)
+                : formatted("the channel %d is out of range: receivers list the service at %u",
+                    article.channel, sent_channel(article)),
+            .advice = "write a number from 1 to 1023"});
+}
+
+/// The first article of each channel and of each code.
+struct first_articles {
+    std::map<std::uint32_t, std::string> channels{};
+    std::set<std::string> codes{};
+};
+
+void check_doubles(finding_list& findings, first_articles& first, const item& article,
+    const article_places& places, const shop_files& files)
+{
+    const std::string code = code_of(article);
+    const auto [same, is_first] = first.channels.emplace(sent_channel(article), code);
+    if (!is_first && sent_channel(article) != 0)
+        findings.push_back({.level = severity::error,
+            .kind = "double-channel",
+            .at = places[article_field::channel],
+            .article = code,
+            .what = formatted("channel %u is that of article %s too: receivers list one of them elsewhere, "
+                              "or not at all",
+                sent_channel(article), same->second.empty() ? "(no code)" : same->second.c_str()),
+            .advice = "give each article of a host a channel of its own"});
+    if (!code.empty() && !first.codes.insert(code).second) {
+        const bool is_known = !catalogue_of(files, code).empty();
+        findings.push_back({.level = is_known ? severity::error : severity::warning,
+            .kind = "double-code",
+            .at = places.at,
+            .article = code,
+            .what = is_known ? "the code comes twice on this host: this article is not completed from the "
+                               "reference file"
+                             : "the code comes twice on this host",
+            .advice = "give each article of a host a code of its own"});
     }
 }
 
-std::string hosts_of(const item* article)
+void check_number_of_articles(finding_list& findings, const shop_files& files, const std::string& host)
 {
-    std::map<std::string, int> hosts;
-    for (; article != nullptr; article = article->next)
-        if (article->ovu != nullptr)
-            ++hosts[article->ovu];
+    const auto& indices = articles_of(files, host);
+    if (indices.size() <= services_max)
+        return;
+    const article_element& first_dropped = files.listed[indices[services_max]];
+    findings.push_back({.level = severity::warning,
+        .kind = "too-many-articles",
+        .at = in_file(files.articles, first_dropped.at),
+        .article = first_dropped.code,
+        .what = formatted("this article and those behind it are not shown: the host has %zu, and %u can be",
+            indices.size(), services_max),
+        .advice = "leave articles out, or put those that matter first"});
+}
+
+std::string list_hosts(const shop_files& files)
+{
     std::string list;
-    for (const auto& [host, count] : hosts)
-        list += formatted("%s%s (%d)", list.empty() ? "" : ", ", host.c_str(), count);
+    std::size_t count = 0;
+    for (const auto& [host, articles] : files.hosts) {
+        if (++count > hosts_named)
+            return list + formatted(" and %zu more", files.hosts.size() - hosts_named);
+        list += formatted("%s\"%s\" (%zu)", list.empty() ? "" : ", ", host.c_str(), articles.size());
+    }
     return list.empty() ? "none" : list;
 }
 
-/// Reads all articles of the file once more, since the daemon forgets those of other hosts, and notes which
-/// these are. Returns the hosts that the file names.
-std::string check_hosts(shop& found, const std::string& article_file)
+// Loading from parts of the files
+
+/// Writes a document of the articles alone, with the beginning and the end of the whole, and has it read.
+template <typename reader>
+void read_parts(const file_bytes& file, const article_file_frame& frame,
+    const std::vector<const article_element*>& articles, reader read)
 {
-    const auto host = text_setting(host_setting);
-    if (!host)
-        add(found.findings, severity::broken,
-            formatted("%s is not set: no article is this host's", host_setting));
-    const silence quiet(stderr); // the daemon's parser will say the same
-    item* const articles = ParseXMLInfostv(article_file.c_str());
-    note_dropped(found, articles, std::string(host.value_or("")));
-    std::string hosts = hosts_of(articles);
-    free_articles(articles);
-    return hosts;
+    std::string document = file.bytes.substr(0, frame.head_end);
+    for (const article_element* article : articles)
+        document.append(file.bytes, article->begin, article->end - article->begin);
+    document.append(file.bytes, frame.tail_begin);
+    const int descriptor = memfd_create("articles", MFD_CLOEXEC);
+    if (write(descriptor, document.data(), document.size()) == static_cast<ssize_t>(document.size()))
+        read(formatted("/proc/self/fd/%d", descriptor).c_str());
+    close(descriptor);
 }
 
-void check_settings(shop& found)
+/// Logos were looked for beside the document.
+void find_logos(item* article, const std::string& folder)
 {
-    if (output_is_ethernet())
-        add(found.findings, severity::broken, "PREF_SYSTEM_STREAMER_1_OUTPUT is \"Ethernet\": no subtitles");
-    if (!setting_equals("PREF_SYSTEM_ENCODER_1_DVB_MULTI_SERVICES", "true"))
-        add(found.findings, severity::broken,
-            "PREF_SYSTEM_ENCODER_1_DVB_MULTI_SERVICES is not \"true\": no subtitles");
+    for (; article != nullptr; article = article->next)
+        if (article->logo == nullptr)
+            article->logo = brandToLogo(article->brand, folder);
+}
+
+std::vector<const article_element*> known_articles(const shop_files& files, const item* article)
+{
+    std::set<std::string> codes;
+    for (; article != nullptr; article = article->next)
+        if (article->code != nullptr)
+            codes.insert(article->code);
+    std::vector<const article_element*> known;
+    for (const std::string& code : codes)
+        for (const article_element& each : catalogue_of(files, code))
+            known.push_back(&each);
+    return known;
 }
 
 } // namespace
 
-shop load_shop(driver_state& state, const std::string& folder)
+shop_files read_shop(
+    const std::string& folder, const std::optional<std::string>& host, const finding_taker& take)
 {
-    shop found;
-    check_settings(found);
-    check_file(found, folder + "infostv.xml");
-    const std::string hosts = check_hosts(found, folder + "infostv.xml");
-    {
-        const silence quiet(stdout);
-        state.multi_service_requested = true; // so that there is something to see, whatever the settings
-        load_services(state, folder);
+    shop_files files{.folder = folder};
+    files.articles = read_bytes(folder + "infostv.xml");
+    read_listed(files, host, take);
+    files.reference = read_bytes(folder + "referencieltv.xml");
+    read_catalogue(files, host, take);
+    files.layout = read_layout(read_bytes(folder + "layout.xml"));
+    tell(take, files.layout.findings);
+    files.names = files_in(folder);
+    return files;
+}
+
+std::vector<article_places> places_of(const shop_files& files, const std::string& host)
+{
+    std::vector<article_places> all;
+    std::set<std::string> codes;
+    for (const std::size_t index : articles_of(files, host)) {
+        if (all.size() == services_max)
+            break;
+        const article_element& article = files.listed[index];
+        all.push_back(places_in(files.articles, article));
+        if (codes.insert(article.code).second)
+            complete(all.back(), files, article.code);
     }
-    if (state.service_count == 0) {
-        add(found.findings, severity::broken,
-            "no article for this host; the article file has these hosts: " + hosts);
-        return found;
+    return all;
+}
+
+std::vector<dropped_article> dropped_articles(const shop_files& files, const std::string& host)
+{
+    std::vector<dropped_article> dropped;
+    std::size_t kept = 0;
+    for (const article_element& article : files.listed) {
+        if (article.host == host && !host.empty() && kept < services_max) {
+            ++kept;
+            continue;
+        }
+        dropped.push_back({.code = article.code,
+            .reason = article.host.empty() ? "it names no host (ovu)"
+                : article.host == host ? formatted("%u articles of this host stand before it", services_max)
+                                       : formatted("it is for host %s", article.host.c_str())});
     }
-    check_file(found, folder + "referencieltv.xml");
-    check_file(found, folder + "layout.xml");
-    return found;
+    return dropped;
+}
+
+finding_list check_articles(const shop_files& files, const std::string& host, const driver_state& state,
+    const std::vector<article_places>& places)
+{
+    finding_list findings;
+    first_articles first;
+    const item* article = state.articles;
+    for (std::size_t i = 0; i < std::min<std::size_t>(state.service_count, places.size()); ++i) {
+        const std::size_t begin = findings.size();
+        check_channel(findings, *article, places[i]);
+        check_doubles(findings, first, *article, places[i], files);
+        for (std::size_t k = begin; k < findings.size(); ++k)
+            findings[k].screen = static_cast<std::uint32_t>(i + 1);
+        article = article->next;
+    }
+    check_number_of_articles(findings, files, host);
+    for (finding& found : findings)
+        found.host = host;
+    return findings;
+}
+
+finding_list check_settings()
+{
+    finding_list findings;
+    if (output_is_ethernet())
+        findings.push_back({.level = severity::error,
+            .kind = "setting",
+            .what = "PREF_SYSTEM_STREAMER_1_OUTPUT is \"Ethernet\": viewers see no subtitles",
+            .advice = "set it to something else"});
+    if (!setting_equals("PREF_SYSTEM_ENCODER_1_DVB_MULTI_SERVICES", "true"))
+        findings.push_back({.level = severity::error,
+            .kind = "setting",
+            .what = "PREF_SYSTEM_ENCODER_1_DVB_MULTI_SERVICES is not \"true\": viewers see no subtitles",
+            .advice = "set it to true"});
+    return findings;
+}
+
+finding no_article(const shop_files& files, const std::string& host)
+{
+    const auto near = std::ranges::find_if(
+        files.hosts, [&](const auto& each) { return equal_ignoring_case(each.first, host); });
+    return {.level = severity::error,
+        .kind = "no-article",
+        .at = {.file = files.articles.path},
+        .host = host,
+        .what = host.empty()
+            ? formatted("%s is not set: no article is this host's", host_setting)
+            : formatted("there is no article for host \"%s\": viewers see nothing of any", host.c_str()),
+        .advice = (near == files.hosts.end() ? "" : formatted("did you mean \"%s\"? ", near->first.c_str()))
+            + "the file has these hosts: " + list_hosts(files)};
+}
+
+void load_shop(driver_state& state, const std::string& folder)
+{
+    const silence quiet(stdout);
+    const silence messages(stderr);       // findings tell more of what they tell
+    state.multi_service_requested = true; // so that there is something to see, whatever the settings
+    load_services(state, folder);
+}
+
+void load_host(driver_state& state, const shop_files& files, const std::string& host, layout_region* layout)
+{
+    std::vector<const article_element*> articles;
+    for (const std::size_t index : articles_of(files, host))
+        articles.push_back(&files.listed[index]);
+    articles.resize(std::min<std::size_t>(articles.size(), services_max));
+    read_parts(files.articles, files.article_frame, articles,
+        [&](const char* path) { state.articles = ParseXMLInfostv(path); });
+    state.service_count =
+        static_cast<std::uint32_t>(PurgeDataBase(&state.articles, host.c_str(), services_max));
+    state.multi_service = state.service_count != 0;
+    read_parts(files.reference, files.reference_frame, known_articles(files, state.articles),
+        [&](const char* path) { ParseXMLReferencieltv(path, state.articles); });
+    find_logos(state.articles, files.folder);
+    state.layout = layout;
 }

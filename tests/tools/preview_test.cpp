@@ -15,9 +15,12 @@
 
 namespace {
 
+/// The number in the code is that of the channel.
 std::string article(const std::string& code, const std::string& elements, const std::string& host = "stand-1")
 {
-    return "<article code=\"" + code + "\"><ovu>" + host + "</ovu>" + elements + "</article>\n";
+    const std::string channel = std::to_string(std::stoi(code.substr(code.find_first_of("123456789"))));
+    return "<article code=\"" + code + "\"><ovu>" + host + "</ovu><channel>" + channel + "</channel>"
+        + elements + "</article>\n";
 }
 
 /// A region of the layout with black text on an opaque white ground.
@@ -33,7 +36,7 @@ const std::string wide_logo = R"(<region name="brand" width="590" height="560"><
 
 std::string many_articles()
 {
-    std::string articles = article("other", "", "stand-2") + "<article code=\"none\"/>";
+    std::string articles = article("other 9", "", "stand-2") + "<article code=\"none\"/>";
     for (int i = 1; i <= 41; ++i)
         articles += article("N" + std::to_string(i), "");
     return articles;
@@ -185,6 +188,144 @@ TEST(Preview, ReportsWhatItReported)
             std::ofstream(path, std::ios::binary) << runs;
         EXPECT_EQ(runs, read_file(path)) << shop.name;
     }
+}
+
+// A shop in which nothing is wrong, and what is found when a mistake is planted in it.
+
+const std::string sound_articles = R"(<shop>
+<article code="T1">
+<ovu>stand-1</ovu>
+<channel>21</channel>
+<brand>Arbaro</brand>
+<model>Gipfel 32</model>
+<price>219 €</price>
+<size>32"</size>
+<tuner>HD</tuner>
+</article>
+<article code="T2">
+<ovu>stand-1</ovu>
+<channel>22</channel>
+<model>Gipfel 40</model>
+</article>
+</shop>
+)";
+const std::string sound_layout = R"(<layout>
+<region name="model" x_pos="36" y_pos="470" width="336" height="46">
+<text font="Liberation Sans" size="36" foregroundColor="FFFFFFFF" backgroundColor="FF0F1B2D"/>
+</region>
+<region name="price" x_pos="372" y_pos="447" width="220" height="69">
+<text font="Liberation Sans" size="20" foregroundColor="FF101820" backgroundColor="FFFFC20E"/>
+</region>
+<region name="brand" x_pos="36" y_pos="422" width="160" height="48"><image/></region>
+<region name="warranty" x_pos="36" y_pos="516" width="556" height="32"/>
+</layout>
+)";
+const std::string sound_reference = R"(<catalogue>
+<article code="T1">
+<hdmi>2</hdmi>
+</article>
+</catalogue>
+)";
+
+struct planted_mistake {
+    std::string file;
+    std::string sound; ///< is replaced
+    std::string mistaken;
+    std::string line; ///< of the finding, from its position to its severity; the folder and column apart
+    std::vector<std::string> words; ///< in the finding
+};
+
+const planted_mistake mistakes[] = {
+    {"layout", "FF0F1B2D", "#0F1B2D", "layout.xml:3: error", {"ground", "invisible", "00000000", "FF0F1B2D"}},
+    {"layout", "FF0F1B2D", "0F1B2D", "layout.xml:3: error", {"000F1B2D", "write \"FF0F1B2D\""}},
+    {"layout", "FFFFFFFF", "yellow", "layout.xml:3: error",
+        {"text is invisible", "FFFFFF00", "region model"}},
+    {"layout", "FF0F1B2D", "FFFFFFFF", "layout.xml:3: error", {"1.0 : 1", "3.0 : 1", "2 times: T1, T2"}},
+    {"layout", "FF101820", "FFFFFFFF", "layout.xml:6: error", {"1.6 : 1", "4.5 : 1", "region price"}},
+    {"layout", "FF0F1B2D", "200F1B2D", "layout.xml:3: warning", {"not opaque", "3.0 : 1"}},
+    {"infostv", "219 €", "219 &#8364;", "infostv.xml:7: error",
+        {"only \"219\" of \"219 €\"", "&#8364;", "T1"}},
+    {"infostv", "Gipfel 32", "Gipfel &amp; 32", "infostv.xml:6: error", {"only \"Gipfel\"", "CDATA"}},
+    {"infostv", "Gipfel 32", "\nGipfel 32", "infostv.xml:6: error",
+        {"a box instead of \"Gipfel 32\"", "line break"}},
+    {"infostv", "<model>Gipfel 32</model>", "<modle>Gipfel 32</modle>", "infostv.xml:6: error",
+        {"\"modle\"", "did you mean \"model\"?", "article T1, host stand-1"}},
+    {"infostv", "<size>32\"</size>", "<colour>32</colour>", "infostv.xml:8: warning",
+        {"\"colour\"", "known here"}},
+    {"infostv", "code=\"T1\"", "shelf=\"3\" code=\"T1\"", "infostv.xml:2: error",
+        {"not the first attribute"}},
+    {"layout", "foregroundColor=\"FF101820\"", "foregroundColour=\"FF101820\"", "layout.xml:6: error",
+        {"\"foregroundColour\"", "did you mean \"foregroundColor\"?"}},
+    {"layout", "\"price\"", "\"prise\"", "layout.xml:5: error", {"never shown", "\"price\"?"}},
+    {"infostv", "<channel>21</channel>\n", "", "infostv.xml:2: error", {"no channel", "1 to 1023"}},
+    {"infostv", ">21<", ">twelve<", "infostv.xml:4: error", {"\"twelve\" is not a number"}},
+    {"infostv", ">21<", ">5000<", "infostv.xml:4: error", {"5000", "at 904"}}, // 5000 - 4 x 1024
+    {"infostv", ">21<", ">-6<", "infostv.xml:4: error", {"-6", "at 1018"}},
+    {"infostv", ">22<", ">21<", "infostv.xml:13: error", {"article T1 too", "screen 2"}},
+    {"infostv", "\"T2\"", "\"T1\"", "infostv.xml:11: error", {"not completed from the reference file"}},
+    {"infostv", ">stand-1<", "> stand-1<", "infostv.xml:3: error", {"\" stand-1\"", "shown nowhere"}},
+    {"infostv", "<tuner>HD", "<tuner>HD ", "infostv.xml:9: error", {"no icon"}},
+    {"infostv", "32\"</size>", "80 cm (32\")</size>", "infostv.xml:8: error", {"is cut", "region banner"}},
+    {"layout", "Liberation Sans", "Liberty Sand", "layout.xml:3: error", {"not installed", "DejaVu Sans"}},
+    {"infostv", "Gipfel 32", "Gipfel 山", "infostv.xml:6: error", {"lacks the character \"山\""}},
+    {"infostv", ">Arbaro<", ">Falada<", "infostv.xml:5: error",
+        {"name is drawn", "\"Falada.png\"", "\"falada.png\""}},
+    {"infostv", ">Arbaro<", ">Photo<", "photo.png: error", {"a JPEG picture", "does not start"}},
+    {"infostv", "<price>", "<price>first</price><price>", "infostv.xml:7: warning", {"comes twice"}},
+    {"infostv", "</shop>", "</shops>", "infostv.xml:16: error", {"not well-formed"}},
+    {"referencieltv", "hdmi>", "hdmy>", "referencieltv.xml:3: error", {"\"hdmi\"", "T1"}},
+};
+
+std::string replaced(const std::string& text, const planted_mistake& mistake, const std::string& file)
+{
+    std::string result = text;
+    for (std::size_t at = 0;
+         mistake.file == file && (at = result.find(mistake.sound, at)) != std::string::npos;
+         at += mistake.mistaken.size())
+        result.replace(at, mistake.sound.size(), mistake.mistaken);
+    return result;
+}
+
+void plant(const temporary_folder& folder, const planted_mistake& mistake)
+{
+    write_file(folder, "infostv.xml", replaced(sound_articles, mistake, "infostv"));
+    write_file(folder, "layout.xml", replaced(sound_layout, mistake, "layout"));
+    write_file(folder, "referencieltv.xml", replaced(sound_reference, mistake, "referencieltv"));
+    write_file(folder, "photo.png", "\xFF\xD8\xFF\xE0 and so on");
+    for (const char* name : {"arbaro.png", "Falada.png", "size.png", "tunerhd.png", "hdmi.png"})
+        write_png(folder, name, 176, 137, white);
+}
+
+/// The finding at that line, with all that belongs to it.
+std::string finding_at(const std::string& report, const std::string& line)
+{
+    const std::size_t colon = line.rfind(':');
+    const std::regex pattern(
+        "FOLDER/" + line.substr(0, colon) + "(:\\d+)?" + line.substr(colon) + "[^]*?\n\n");
+    std::string all;
+    for (std::sregex_iterator each(report.begin(), report.end(), pattern), end; each != end; ++each)
+        all += std::regex_replace(each->str(), std::regex("\n +"), " ");
+    return all;
+}
+
+TEST(Preview, FindsMistakesBeforeViewersDo)
+{
+    const host_settings settings;
+    for (const planted_mistake& mistake : mistakes) {
+        const temporary_folder folder;
+        plant(folder, mistake);
+        const std::string report = run_of(folder, {"--strict"});
+        EXPECT_EQ(report.substr(0, 9), "status 1\n") << mistake.mistaken;
+        const std::string found = finding_at(report, mistake.line);
+        for (const std::string& word : mistake.words)
+            EXPECT_NE(found.find(word), std::string::npos) << mistake.mistaken << ": " << word << "\n"
+                                                           << report;
+    }
+    const temporary_folder folder;
+    plant(folder, {});
+    const std::string report = run_of(folder, {"--strict"});
+    EXPECT_EQ(report.substr(0, 9), "status 0\n");
+    EXPECT_NE(report.find("All is well."), std::string::npos) << report;
 }
 
 TEST(Preview, ShowsTheScreenOfAnArticle)
