@@ -116,7 +116,7 @@ void check_ink(article_check& check, const expected_region& expected)
 void check_font(
     article_check& check, const source_position& at, const std::string& region, const char* family)
 {
-    const chosen_font& font = find_font(check.context.fonts, family);
+    const chosen_font& font = find_font(check.context.things.fonts, family);
     if (font.is_installed || (font.has_same_widths && region == "banner"))
         return;
     check.findings.push_back({.level = font.has_same_widths ? severity::warning : severity::error,
@@ -131,7 +131,7 @@ void check_font(
 void check_characters(article_check& check, const source_position& at, const std::string& region,
     const char* family, const std::string& text)
 {
-    const chosen_font& font = find_font(check.context.fonts, family);
+    const chosen_font& font = find_font(check.context.things.fonts, family);
     for (const std::string& character : missing_characters(font, text))
         check.findings.push_back({.level = severity::error,
             .kind = "missing-character",
@@ -191,6 +191,20 @@ void check_place(article_check& check, const expected_region& expected)
 
 // Pictures
 
+const seen_picture& look_at(article_check& check, const std::string& path)
+{
+    auto& pictures = check.context.things.pictures;
+    if (const auto found = pictures.find(path); found != pictures.end())
+        return found->second;
+    const owned_surface image(cairo_image_surface_create_from_png(path.c_str()));
+    seen_picture seen{.is_usable = cairo_surface_status(image.get()) == CAIRO_STATUS_SUCCESS};
+    if (seen.is_usable) {
+        seen.width = cairo_image_surface_get_width(image.get());
+        seen.height = cairo_image_surface_get_height(image.get());
+    }
+    return pictures.emplace(path, seen).first->second;
+}
+
 /// A brand without a logo has a name; but sometimes the logo is there in another way.
 void check_missing_logo(article_check& check)
 {
@@ -218,8 +232,7 @@ void check_logo(article_check& check)
 {
     if (check.article.logo == nullptr)
         return check_missing_logo(check);
-    const owned_surface logo(cairo_image_surface_create_from_png(check.article.logo));
-    if (cairo_surface_status(logo.get()) == CAIRO_STATUS_SUCCESS)
+    if (look_at(check, check.article.logo).is_usable)
         return;
     check.findings.push_back({.level = severity::error,
         .kind = "unusable-picture",
@@ -311,16 +324,14 @@ void report_icon(article_check& check, const feature_icon& icon, const std::stri
 std::optional<int> check_icon(article_check& check, const feature_icon& icon)
 {
     const std::string name = std::string(icon.name) + ".png";
-    const owned_surface image(cairo_image_surface_create_from_png((check.context.folder + name).c_str()));
-    if (cairo_surface_status(image.get()) != CAIRO_STATUS_SUCCESS) {
+    const seen_picture& image = look_at(check, check.context.folder + name);
+    if (!image.is_usable) {
         report_icon(check, icon, name);
         return std::nullopt;
     }
-    const int width = cairo_image_surface_get_width(image.get());
-    const int height = cairo_image_surface_get_height(image.get());
     if (icon.label)
-        check_label(check, icon, width, height);
-    return height;
+        check_label(check, icon, image.width, image.height);
+    return image.height;
 }
 
 void check_icons(article_check& check)

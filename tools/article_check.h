@@ -9,6 +9,7 @@
 #include "screen_region.h"
 #include "subtitle_decoder.h"
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -19,13 +20,26 @@ struct expected_region {
     const char* text = nullptr;            ///< null for a picture
 };
 
+/// A PNG file that was looked at.
+struct seen_picture {
+    bool is_usable = false;
+    int width = 0; ///< pixels
+    int height = 0;
+};
+
+/// What is looked up once for all articles: fonts by their families, pictures by their paths.
+struct checked_things {
+    font_book fonts{};
+    std::map<std::string, seen_picture> pictures{};
+};
+
 /// What articles are checked with, beside the article.
 struct check_context {
     const layout_region* layout = nullptr;
     const layout_places& places;           ///< of the layout
     const std::string& folder;             ///< of icons and logos; its path ends with a slash
     const std::vector<std::string>& files; ///< in that folder
-    font_book& fonts;
+    checked_things& things;
 };
 
 /// The regions of an article, in their order.

@@ -12,6 +12,7 @@
 
 #include <cstdint>
 #include <map>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -26,11 +27,18 @@ struct article_screen {
 /// Reductions of regions by their pixels: articles have logos and whole banners in common.
 using known_reductions = std::map<pixel_digest, plain::colour_reduction>;
 
+/// Regions about whose colours there is nothing to say, in memory that several processes may share. Each has
+/// one slot, which another one may take over; a slot that two write at a time stands for no region.
+struct sound_regions {
+    std::span<pixel_digest> slots{};
+};
+
 /// What is used again from one article to the next.
 struct drawing_aids {
     image_cache images{};
     coded_regions encoded{};
     known_reductions reductions{};
+    sound_regions sound{}; ///< without slots: every region is measured
 };
 
 /// Draws and encodes the article with the daemon's own code and decodes it again. The encoded blocks go into
@@ -41,9 +49,9 @@ article_screen make_screen(subtitle_stream& stream, const item& article, const l
     const std::string& folder, drawing_aids& aids);
 
 /// Names the regions of a screen by the layout and tells what is wrong with it. The findings have neither
-/// article nor host nor screen yet.
+/// article nor host nor screen yet. Regions of which there is nothing to tell become sound ones.
 finding_list check_screen(article_screen& screen, const subtitle_stream& stream, const item& article,
-    const article_places& places, const check_context& context);
+    const article_places& places, const check_context& context, const sound_regions& sound);
 
 /// A colour as the CLUT definition sends it (ETSI EN 300 743 7.2.4): Y 0 stands for full transparency.
 clut_colour as_sent(const palette_entry& colour);

@@ -12,12 +12,31 @@
 #include <deque>
 #include <fontconfig/fontconfig.h>
 #include <memory>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
 using owned_layout = std::unique_ptr<layout_region, releaser<free_layout>>;
+
+/// What all processes begin with.
+struct chain {
+    const shop_files& files;
+    const driver_state& settings;
+    owned_layout layout{};
+    sound_regions sound{};
+};
+
+/// Memory that the processes share: chains show the same articles in many shops. Without it all goes slower.
+sound_regions share_sound_regions()
+{
+    constexpr std::size_t count = std::size_t{1} << 18;
+    void* const memory = mmap(
+        nullptr, count * sizeof(pixel_digest), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    return memory == MAP_FAILED ? sound_regions{}
+                                : sound_regions{.slots = {static_cast<pixel_digest*>(memory), count}};
+}
 
 /// A process that checks a host and leaves its findings in a file without a name.
 struct running_check {
@@ -27,16 +46,15 @@ struct running_check {
 };
 
 /// What the process does. It ends without giving back memory.
-void check_one(const shop_files& files, const driver_state& settings, const std::string& host,
-    layout_region* layout, std::FILE* message)
+void check_one(const chain& all, const std::string& host, std::FILE* message)
 {
     const silence quiet(stdout);
     const silence messages(stderr); // findings tell more of what they tell
-    driver_state state = settings;
-    load_host(state, files, host, layout);
+    driver_state state = all.settings;
+    load_host(state, all.files, host, all.layout.get());
     finding_groups findings;
-    add_findings(findings, check_host(state, files, host).findings);
-    const std::size_t articles = files.hosts.at(host).size();
+    add_findings(findings, check_host(state, all.files, host, all.sound).findings);
+    const std::size_t articles = all.files.hosts.at(host).size();
     const check_summary summary{.hosts = 1,
         .articles = state.service_count,
         .dropped_over_forty = articles - std::min<std::size_t>(articles, services_max)};
@@ -44,8 +62,7 @@ void check_one(const shop_files& files, const driver_state& settings, const std:
     std::fflush(message);
 }
 
-running_check start_check(
-    const shop_files& files, const driver_state& settings, const std::string& host, layout_region* layout)
+running_check start_check(const chain& all, const std::string& host)
 {
     running_check check{.host = host, .message = owned_file(std::tmpfile())};
     if (!check.message)
@@ -53,7 +70,7 @@ running_check start_check(
     std::fflush(nullptr); // or the process would write it once more
     check.process = fork();
     if (check.process == 0) {
-        check_one(files, settings, host, layout, check.message.get());
+        check_one(all, host, check.message.get());
         _exit(0);
     }
     return check;
@@ -97,7 +114,10 @@ void check_all_hosts(
     const shop_files& files, const driver_state& settings, check_summary& summary, finding_groups& findings)
 {
     FcInit(); // once for all processes
-    const owned_layout layout(ParseXMLLayout(files.layout.path.c_str()));
+    const chain all{.files = files,
+        .settings = settings,
+        .layout = owned_layout(ParseXMLLayout(files.layout.path.c_str())),
+        .sound = share_sound_regions()};
     const auto cores = static_cast<std::size_t>(std::max(sysconf(_SC_NPROCESSORS_ONLN), 1L));
     std::deque<running_check> running;
     std::size_t done = 0;
@@ -109,8 +129,10 @@ void check_all_hosts(
     for (const auto& [host, articles] : files.hosts) {
         if (running.size() > cores)
             end_first();
-        running.push_back(start_check(files, settings, host, layout.get()));
+        running.push_back(start_check(all, host));
     }
     while (!running.empty())
         end_first();
+    if (!all.sound.slots.empty())
+        munmap(all.sound.slots.data(), all.sound.slots.size_bytes());
 }

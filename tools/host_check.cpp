@@ -15,27 +15,29 @@ void append(finding_list& findings, finding_list more, const std::string& host, 
     }
 }
 
-void draw_screens(host_screens& all, driver_state& state, const std::string& folder)
+void draw_screens(
+    host_screens& all, driver_state& state, const std::string& folder, const sound_regions& sound)
 {
-    drawing_aids aids;
+    drawing_aids aids{.sound = sound};
     const item* article = state.articles;
     for (std::uint32_t i = 0; i < state.service_count; ++i, article = article->next)
         all.screens.push_back(make_screen(state.streams[i], *article, state.layout, folder, aids));
 }
 
 void check_screens(host_screens& all, const driver_state& state, const shop_files& files,
-    const std::string& host, const std::vector<article_places>& places)
+    const std::string& host, const std::vector<article_places>& places, const sound_regions& sound)
 {
-    font_book fonts;
+    checked_things things;
     const check_context context{.layout = state.layout,
         .places = files.layout,
         .folder = files.folder,
         .files = files.names,
-        .fonts = fonts};
+        .things = things};
     const item* article = state.articles;
     for (std::uint32_t i = 0; i < state.service_count; ++i, article = article->next)
-        append(all.findings, check_screen(all.screens[i], state.streams[i], *article, places[i], context),
-            host, *article, i + 1);
+        append(all.findings,
+            check_screen(all.screens[i], state.streams[i], *article, places[i], context, sound), host,
+            *article, i + 1);
 }
 
 /// With all display sets at hand, what the device has room for and how long it takes.
@@ -54,14 +56,15 @@ void check_cycle(host_screens& all, driver_state& state, const std::string& host
 
 } // namespace
 
-host_screens check_host(driver_state& state, const shop_files& files, const std::string& host)
+host_screens check_host(
+    driver_state& state, const shop_files& files, const std::string& host, const sound_regions& sound)
 {
     host_screens all;
     auto places = places_of(files, host);
     places.resize(state.service_count);
-    draw_screens(all, state, files.folder);
+    draw_screens(all, state, files.folder, sound);
     all.findings = check_articles(files, host, state, places);
-    check_screens(all, state, files, host, places);
+    check_screens(all, state, files, host, places, sound);
     if (state.service_count != 0)
         check_cycle(all, state, host);
     return all;

@@ -16,5 +16,7 @@ struct host_screens {
 };
 
 /// Draws and encodes the articles that the state has loaded for the host, one after the other as the daemon
-/// does, and then tells what is wrong with them. The encoded blocks go into the state.
-host_screens check_host(driver_state& state, const shop_files& files, const std::string& host);
+/// does, and then tells what is wrong with them. The encoded blocks go into the state. Regions that are sound
+/// are not measured again.
+host_screens check_host(
+    driver_state& state, const shop_files& files, const std::string& host, const sound_regions& sound = {});

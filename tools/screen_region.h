@@ -1,5 +1,6 @@
 #pragma once
 
+#include "picture.h"
 #include "plain_conversion.h"
 
 #include <cstdint>
@@ -12,5 +13,7 @@ struct screen_region {
     std::uint32_t y = 0;
     std::uint32_t width = 0; ///< pixels
     std::uint32_t height = 0;
-    plain::colour_reduction colours{};
+    plain::colour_reduction colours{}; ///< not measured of a sound region
+    pixel_digest pixels{};
+    bool is_sound = false; ///< the same pixels were measured and compared before, and nothing was found
 };

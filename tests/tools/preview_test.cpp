@@ -8,7 +8,9 @@
 #include <cstring>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <regex>
+#include <set>
 
 // Runs of the preview on shops full of mistakes, compared with reports that somebody has read. After a change
 // that is meant, UPDATE_RECORDS=1 writes the reports anew: read what git shows of them.
@@ -326,6 +328,49 @@ TEST(Preview, FindsMistakesBeforeViewersDo)
     const std::string report = run_of(folder, {"--strict"});
     EXPECT_EQ(report.substr(0, 9), "status 0\n");
     EXPECT_NE(report.find("All is well."), std::string::npos) << report;
+}
+
+nlohmann::json json_of(const std::string& run)
+{
+    const std::size_t begin = run.find('\n') + 1;
+    return nlohmann::json::parse(run.substr(begin, run.find("--- standard error") - begin));
+}
+
+/// What a report has of a host: kind, sentence and place.
+std::set<std::string> found_on(const nlohmann::json& report, const std::string& host)
+{
+    std::set<std::string> found;
+    for (const auto& finding : report["findings"])
+        for (const auto& place : finding["places"])
+            if (place["host"] == host)
+                found.insert(
+                    finding["kind"].dump() + finding["what"].dump() + finding["file"].dump() + place.dump());
+    return found;
+}
+
+TEST(Preview, FindsOnAllHostsWhatItFindsOnEach)
+{
+    const host_settings settings;
+    const temporary_folder folder;
+    plant(folder, {});
+    write_file(folder, "infostv.xml",
+        "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n<a>\n"
+            + article("T1", "<price>&#8364;</price><usb>3</usb>", "b")
+            + article("T2", "<brand>Falada</brand>", "c") + article("T1", "<modle/><channel>1</channel>", "b")
+            + many_articles() + "</a>\n");
+    const auto all = json_of(run_of(folder, {"--all-hosts", "--format", "json"}));
+    const auto& summary = all["summary"];
+    EXPECT_EQ(summary["hosts"], 4);
+    EXPECT_EQ(summary["articles"], 44); // of "b", "c", "stand-1" (40 of 41) and "stand-2"
+    EXPECT_EQ(summary["dropped_over_forty"], 1);
+    for (const char* host : {"b", "c", "stand-1"}) {
+        const auto one = found_on(json_of(run_of(folder, {"--host", host, "--format", "json"})), host);
+        EXPECT_FALSE(one.empty()) << host;
+        EXPECT_EQ(one, found_on(all, host)) << host;
+    }
+    const auto strange = json_of(run_of(folder, {"--host", "caf\xE9", "--format", "json"}));
+    EXPECT_NE(strange.dump().find("caf\xEF\xBF\xBD"), std::string::npos);
+    setenv("PREF_SYSTEM_NETWORK_HOSTNAME", "stand-1", 1);
 }
 
 TEST(Preview, ShowsTheScreenOfAnArticle)
