@@ -140,7 +140,7 @@ build_pixman() {
 
 build_daemon() {
     cmake -G Ninja -B "$tree/tsinsertd" -DCMAKE_SYSTEM_NAME=Linux -DCMAKE_FIND_ROOT_PATH="$prefix" \
-        -DCMAKE_BUILD_TYPE=Release -DTSINSERTD_STATIC=ON -DTSINSERTD_TESTS=OFF
+        -DCMAKE_BUILD_TYPE=Release -DTSINSERTD_STATIC=ON -DTSINSERTD_PREVIEW=OFF
     cmake --build "$tree/tsinsertd"
 }
 

@@ -15,7 +15,7 @@ need_packages "${build_packages[@]}" "${test_packages[@]}" "$compiler" mmdebstra
 mkdir -p build
 if [ ! -d "$root" ]; then
     say "unpacking Debian's libraries for $processor ($root.log)"
-    unpack_root "$root" libcairo2-dev,libexpat1-dev,libgtest-dev,libgmock-dev,libpng-dev,libfontconfig-dev,libstdc++6 \
+    unpack_root "$root" libcairo2-dev,libexpat1-dev,libgtest-dev,libgmock-dev,libpng-dev,libfontconfig-dev,nlohmann-json3-dev,libstdc++6 \
         >"$root.log" 2>&1 || fail "mmdebstrap could not make $root (the reasons: $root.log)"
 fi
 
