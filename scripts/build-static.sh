@@ -5,6 +5,7 @@
 . "$(dirname "$0")/common.sh"
 
 . scripts/processors.sh "${1:-}"
+[ -n "$musl" ] || fail "Debian's musl is not for $processor"
 
 sources=$PWD/build/static-sources tree=$PWD/build/static-$processor
 root=$tree/root prefix=$tree/prefix logs=$tree/logs
@@ -28,6 +29,7 @@ fetch_sources() {
     local apt=$sources/apt site package
     [ ! -e "$sources/complete" ] || return 0
     mkdir -p "$apt/lists/partial"
+    # shellcheck disable=SC2016 # apt's own variable
     site=$(apt-get indextargets --format '$(REPO_URI)' "Created-By: Packages" "Codename: $suite" | head -n 1)
     echo "deb-src $site $suite main" >"$apt/sources.list"
     local options=(-o "Dir::Etc::SourceList=$apt/sources.list" -o Dir::Etc::SourceParts=/dev/null
@@ -80,13 +82,18 @@ SPECS
     local common="-specs $tree/bin/specs -static -no-pie -nostdinc"
     printf '#!/bin/sh\nexec %s-gcc-12 %s "$@" -isystem %s -isystem %s -isystem %s -isystem %s\n' "$triplet" "$common" \
         "$prefix/include" "$includes" "$own" "$tree/kernel" >"$tree/bin/$musl-gcc"
-    printf '#!/bin/sh\nexec %s-g++-12 %s -nostdinc++ "$@" -isystem %s -isystem %s -isystem %s -isystem %s -isystem %s -isystem %s\n' "$triplet" "$common" \
-        "$prefix/include/c++/12" "$prefix/include/c++/12/$musl" "$prefix/include" "$includes" "$own" "$tree/kernel" >"$tree/bin/$musl-g++"
+    printf '#!/bin/sh\nexec %s-g++-12 %s -nostdinc++ "$@" -isystem %s -isystem %s -isystem %s -isystem %s -isystem %s -isystem %s\n' \
+        "$triplet" "$common" "$prefix/include/c++/12" "$prefix/include/c++/12/$musl" "$prefix/include" "$includes" "$own" \
+        "$tree/kernel" >"$tree/bin/$musl-g++"
     chmod +x "$tree/bin/$musl-gcc" "$tree/bin/$musl-g++"
     # What Debian's unwinder asks glibc for. That nothing is found lets an exception, which nobody here would
     # catch, end the program as it does elsewhere.
     echo 'int _dl_find_object(void *at, void *found) { (void)at; (void)found; return -1; }' |
         "$triplet-gcc-12" -O2 -c -x c - -o "$tree/bin/unwinding.o"
+}
+
+source_of() {
+    echo "$sources/$1"-[0-9]*
 }
 
 host=(--host="$musl" --build=x86_64-linux-gnu --prefix="$prefix" --disable-shared --enable-static)
@@ -97,7 +104,7 @@ export PKG_CONFIG_LIBDIR=$prefix/lib/pkgconfig PKG_CONFIG="pkg-config --static"
 # By the driver that links no C++ runtime, which is not there yet: otherwise configure finds nothing at all.
 cxx_runtime() {
     mkdir -p "$tree/libstdc++" && cd "$tree/libstdc++" && export CXX=$CC
-    "$sources"/gcc-12*/libstdc++-v3/configure --host="$musl" --build=x86_64-linux-gnu --prefix="$prefix" \
+    "$(source_of gcc)/libstdc++-v3/configure" --host="$musl" --build=x86_64-linux-gnu --prefix="$prefix" \
         --disable-shared --disable-multilib --disable-nls --disable-libstdcxx-pch --disable-libstdcxx-verbose \
         --with-gxx-include-dir="$prefix/include/c++/12"
     make -j2 && make install
@@ -106,11 +113,10 @@ cxx_runtime() {
 # A library by its configure script, in a folder of its own. Its default place is where it will be, and it is
 # installed into the prefix from a stage, for fontconfig would go into this machine's /etc.
 library() {
-    local name=$1 source
+    local name=$1
     shift
-    source=$(echo "$sources/$name"-[0-9]*/)
     mkdir -p "$tree/$name" && cd "$tree/$name"
-    "${source}configure" "${host[@]}" "$@" && make -j2 && make install DESTDIR="$tree/stage" && unstage
+    "$(source_of "$name")/configure" "${host[@]}" "$@" && make -j2 && make install DESTDIR="$tree/stage" && unstage
 }
 
 unstage() {
@@ -120,11 +126,11 @@ unstage() {
 
 build_zlib() {
     mkdir -p "$tree/zlib" && cd "$tree/zlib"
-    CHOST=$musl "$sources"/zlib-*/configure --static --prefix="$prefix" && make -j2 libz.a && make install
+    CHOST=$musl "$(source_of zlib)/configure" --static --prefix="$prefix" && make -j2 libz.a && make install
 }
 
 build_expat() {
-    cmake -S "$sources"/expat-*/expat -B "$tree/expat" -DCMAKE_SYSTEM_NAME=Linux -DCMAKE_INSTALL_PREFIX="$prefix" \
+    cmake -S "$(source_of expat)/expat" -B "$tree/expat" -DCMAKE_SYSTEM_NAME=Linux -DCMAKE_INSTALL_PREFIX="$prefix" \
         -DCMAKE_BUILD_TYPE=Release -DEXPAT_SHARED_LIBS=OFF -DEXPAT_BUILD_TOOLS=OFF -DEXPAT_BUILD_EXAMPLES=OFF \
         -DEXPAT_BUILD_TESTS=OFF -DEXPAT_BUILD_DOCS=OFF
     # Debian's patches ask for the value that configure gives this.
@@ -134,7 +140,7 @@ build_expat() {
 
 build_pixman() {
     mkdir -p "$tree/pixman" && cd "$tree/pixman"
-    "$sources"/pixman-*/configure "${host[@]}" --disable-gtk --disable-libpng --disable-openmp --disable-timers
+    "$(source_of pixman)/configure" "${host[@]}" --disable-gtk --disable-libpng --disable-openmp --disable-timers
     make -j2 -C pixman && make -C pixman install && make install-pkgconfigDATA
 }
 

@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2016,SC2034
 # What the scripts for other processors share. Sourced behind common.sh, with the processor's Debian name.
 
 processor=$1
@@ -6,24 +7,36 @@ amd64) triplet=x86_64-linux-gnu musl=x86_64-linux-musl qemu=() compiler=g++ ;;
 arm64) triplet=aarch64-linux-gnu musl=aarch64-linux-musl qemu=(qemu-aarch64-static) compiler=g++-$triplet ;;
 armhf) triplet=arm-linux-gnueabihf musl=arm-linux-musleabihf qemu=(qemu-arm-static) compiler=g++-$triplet ;;
 armel) triplet=arm-linux-gnueabi musl=arm-linux-musleabi qemu=(qemu-arm-static) compiler=g++-$triplet ;;
-s390x) triplet=s390x-linux-gnu qemu=(qemu-s390x-static) compiler=g++-$triplet ;;
-*) fail "which processor: arm64, armhf or armel?" ;;
+s390x) triplet=s390x-linux-gnu musl= qemu=(qemu-s390x-static) compiler=g++-$triplet ;;
+*) fail "which processor: amd64, arm64, armhf, armel or s390x?" ;;
 esac
 suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
+
+# A processor's security updates may come later than this machine's; to build with it needs none.
+no_security=(--setup-hook='sed -i /security/d "$1"/etc/apt/sources.list')
 
 # Debian packages of the processor, unpacked into a folder and not set up: nothing of them has to run for that.
 # Links lead into the folder. The fonts are left out, so that all draw with this machine's.
 unpack_root() {
     local folder=$1 packages=$2 link
     rm -rf "$folder" "$folder.new"
-    # A processor's security updates may come later than this machine's; to build with it needs none.
-    mmdebstrap --variant=extract --architectures="$processor" --include="$packages" \
-        --setup-hook='sed -i /security/d "$1"/etc/apt/sources.list' "$suite" "$folder.new" || return 1
+    mmdebstrap --variant=extract --architectures="$processor" --include="$packages" "${no_security[@]}" "$suite" \
+        "$folder.new" || return 1
     find "$folder.new" -lname '/*' | while read -r link; do
         ln -sfrn "$folder.new$(readlink "$link")" "$link"
     done
     rm -rf "$folder.new/etc/fonts" "$folder.new/usr/share/fonts"
     mv "$folder.new" "$folder"
+}
+
+# The libraries that the programs and the tests need, in build/root-<processor>; kept for the next time.
+need_root() {
+    root=$PWD/build/root-$processor
+    [ ! -d "$root" ] || return 0
+    say "unpacking Debian's libraries for $processor ($root.log)"
+    mkdir -p build
+    unpack_root "$root" libcairo2-dev,libexpat1-dev,libgtest-dev,libgmock-dev,libpng-dev,libfontconfig-dev,nlohmann-json3-dev,libstdc++6 \
+        >"$root.log" 2>&1 || fail "mmdebstrap could not make $root (the reasons: $root.log)"
 }
 
 # One run on the device. Its record, stream and output stay in the folder, named after the run. What stands

@@ -9,15 +9,10 @@
 shift
 [ $# -gt 0 ] || set -- -E '^(LongRun|RandomShops)\.'
 [ ${#qemu[@]} -gt 0 ] || fail "$processor needs no emulation: scripts/test.sh"
-root=$PWD/build/root-$processor tree=build/$processor
+tree=build/$processor
 
 need_packages "${build_packages[@]}" "${test_packages[@]}" "$compiler" mmdebstrap qemu-user-static
-mkdir -p build
-if [ ! -d "$root" ]; then
-    say "unpacking Debian's libraries for $processor ($root.log)"
-    unpack_root "$root" libcairo2-dev,libexpat1-dev,libgtest-dev,libgmock-dev,libpng-dev,libfontconfig-dev,nlohmann-json3-dev,libstdc++6 \
-        >"$root.log" 2>&1 || fail "mmdebstrap could not make $root (the reasons: $root.log)"
-fi
+need_root
 
 say "building for $processor ($tree.log)"
 if ! { cmake -G Ninja -B "$tree" --toolchain "$PWD/cmake/toolchains/$processor.cmake" \
