@@ -1,20 +1,23 @@
 #!/usr/bin/env bash
 # Builds the Debian packages of the last commit and runs the tests in the build; lintian then looks at the
 # packages. They are left in out/packages. Installs what is missing (Debian packages).
-# Usage: scripts/build-packages.sh [--quick | --twice]
+# Usage: scripts/build-packages.sh [--quick] [--twice]
 #   --quick  without the tests
 #   --twice  builds them once more in another place, year, time zone, language and umask: no bit may differ
 . "$(dirname "$0")/common.sh"
 
-mode=${1:-}
-case $mode in
-'' | --quick | --twice) ;;
-*) fail "'$mode' is not known: --quick or --twice" ;;
-esac
+options="parallel=$(nproc)" twice=""
+for option in "$@"; do
+    case $option in
+    --quick) options+=" nocheck" ;;
+    --twice) twice=yes ;;
+    *) fail "'$option' is not known: --quick or --twice" ;;
+    esac
+done
 need_packages "${build_packages[@]}" git dpkg-dev debhelper lintian devscripts
-[ "$mode" = --quick ] || need_packages libgtest-dev libgmock-dev libpng-dev libfontconfig-dev fonts-liberation \
+[[ $options = *nocheck ]] || need_packages libgtest-dev libgmock-dev libpng-dev libfontconfig-dev fonts-liberation \
     fonts-dejavu-core
-[ "$mode" != --twice ] || need_packages faketime locales
+[ -z "$twice" ] || need_packages faketime locales
 
 # The places that tell the version agree.
 version=$(sed -n 's/^project(tsinsertd VERSION \([^ ]*\).*/\1/p' CMakeLists.txt)
@@ -39,13 +42,8 @@ build_in() {
     fi
 }
 
-options="parallel=$(nproc)"
 say "building the packages of tsinsertd $version (out/packages.log)"
-if [ "$mode" = --quick ]; then
-    build_in "$work" env DEB_BUILD_OPTIONS="$options nocheck noautodbgsym"
-else
-    build_in "$work" env DEB_BUILD_OPTIONS="$options"
-fi
+build_in "$work" env DEB_BUILD_OPTIONS="$options"
 rm -rf out/packages
 mkdir -p out/packages
 cp "$work"/*.deb "$work"/*.changes "$work"/*.buildinfo out/packages
@@ -65,11 +63,11 @@ for program in "$work"/installed/usr/{sbin/tsinsertd,bin/*}; do
     hardening-check --quiet --nocfprotection "$program" || fail "$program lacks what is said above"
 done
 
-if [ "$mode" = --twice ]; then
+if [ "$twice" ]; then
     say "building them once more, elsewhere and at another time"
     localedef -i tr_TR -f UTF-8 "$work/tr_TR.UTF-8" || fail "cannot make the Turkish language"
     umask 0027
-    build_in "$work/another place" env DEB_BUILD_OPTIONS="nocheck" TZ=Pacific/Chatham \
+    build_in "$work/another place" env DEB_BUILD_OPTIONS="parallel=$(nproc) nocheck" TZ=Pacific/Chatham \
         LOCPATH="$work" LC_ALL=tr_TR.UTF-8 LANG=tr_TR.UTF-8 faketime '2031-03-30 01:30:00'
     umask 0022
     for package in out/packages/*.deb; do
