@@ -118,16 +118,18 @@ TEST(Encoder, CountsClutIdsFromOneAndTakesRegionsWithoutPixels)
     }
 }
 
-/// Y 0 stands for full transparency (7.2.4).
+/// Y 0 stands for full transparency (7.2.4). Behind the entry's number stand its depth and full_range_flag.
 TEST(Encoder, SendsAnOpaqueColourWithoutLuminanceAsBlack)
 {
-    const page_owner page = new_page();
-    auto& region = add_indexed_region(*page, 1, 4, {1});
-    region.palette->entries[1] = {0, 128, 130, 255};
-    region.palette->entries[2] = {1, 128, 130, 0};
-    const block_owner display_set = display_set_of(*page);
-    EXPECT_THAT(std::span(segments_of(*display_set)[2].data).subspan(2 + 6, 12),
-        ElementsAre(1, 0x81, 0x10, 0x82, 0x80, 0x00, 2, 0x81, 0x00, 0x82, 0x80, 0xFF));
+    for (const auto& [entries, flags] : {std::pair{4, 0x81}, {16, 0x41}, {256, 0x21}}) {
+        const page_owner page = new_page();
+        auto& region = add_indexed_region(*page, 1, entries, {1});
+        region.palette->entries[1] = {0, 128, 130, 255};
+        region.palette->entries[2] = {1, 128, 130, 0};
+        const block_owner display_set = display_set_of(*page);
+        EXPECT_THAT(std::span(segments_of(*display_set)[2].data).subspan(2 + 6, 12),
+            ElementsAre(1, flags, 0x10, 0x82, 0x80, 0x00, 2, flags, 0x00, 0x82, 0x80, 0xFF));
+    }
 }
 
 TEST(Encoder, TakesLaterRegionsOfAnyKind)
