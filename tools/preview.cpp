@@ -237,7 +237,7 @@ int run_preview(int argc, char** argv)
         return status_well;
     }
     if (view.options.version) {
-        print("tsinsert-preview " TSINSERTD_VERSION "\n");
+        print(view, "tsinsert-preview " TSINSERTD_VERSION "\n");
         return status_well;
     }
     if (!view.options.error.empty())
