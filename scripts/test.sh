@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds everything with the address and undefined-behaviour sanitizers and runs all tests; checks the format
-# of all files and lints those that changed last; builds everything with clang and runs each fuzz target for
-# three seconds. Installs what is missing (Debian packages).
+# of all files and lints those that changed last; looks whether the documents are marked for
+# scripts/test-docs.sh; builds everything with clang and runs each fuzz target for three seconds. Installs
+# what is missing (Debian packages).
 # Usage: scripts/test.sh [arguments of ctest, for a part of the tests only]
 . "$(dirname "$0")/common.sh"
 
@@ -20,6 +21,7 @@ if ! ctest --preset dev -j "$(nproc)" "$@" >build/dev/tests.log 2>&1; then
 fi
 tail -n 1 build/dev/tests.log
 
+[ "$part" ] || scripts/test-docs.sh marks
 [ "$part" ] || scripts/lint.sh
 [ "$part" ] || scripts/fuzz.sh 3
 say "all tests passed"
