@@ -53,6 +53,34 @@ std::vector<screen_region> describe(const subpicture& drawn, drawing_aids& aids)
     return regions;
 }
 
+rgba_pixel drawn_pixel(const picture& pixels, std::uint32_t line, std::uint32_t column)
+{
+    palette_entry colour{};
+    for (std::size_t i = 0; i < plane_total; ++i) {
+        const plane& part = pixels.planes[i];
+        colour[i] = part.pixels[std::size_t{line} * static_cast<std::size_t>(part.pitch) + column];
+    }
+    return screen_colour(as_sent(colour));
+}
+
+void put_drawn(screen_picture& screen, const subpicture_region& region)
+{
+    for (std::uint32_t line = 0; line < region.height && region.y + line < screen.height; ++line)
+        for (std::uint32_t column = 0; column < region.width && region.x + column < screen.width; ++column)
+            screen.pixels[std::size_t{region.y + line} * screen.width + region.x + column] =
+                drawn_pixel(*region.picture, line, column);
+}
+
+/// What viewers would see if as many colours could be sent as were drawn.
+screen_picture compose_drawn(const subpicture& drawn)
+{
+    screen_picture screen;
+    screen.pixels.resize(std::size_t{screen.width} * screen.height);
+    for (const subpicture_region* region = drawn.regions; region != nullptr; region = region->next)
+        put_drawn(screen, *region);
+    return screen;
+}
+
 bool agrees(const screen_region& wanted, const decoded_region& decoded)
 {
     std::vector<clut_colour> colours;
@@ -141,6 +169,8 @@ article_screen make_screen(subtitle_stream& stream, const item& article, const l
     const owned_subpicture drawn = draw_article(article, layout, {.folder = folder, .cache = &aids.images});
     if (drawn)
         screen.regions = describe(*drawn, aids);
+    if (drawn && aids.keep_drawn)
+        screen.drawn = compose_drawn(*drawn);
     screen.prepared = drawn && encode_service(stream, drawn.get(), aids.encoded);
     if (screen.prepared)
         screen.page = decode_display_set({stream.display_set->buffer, stream.display_set->length});

@@ -6,6 +6,7 @@
 #include "item.h"
 #include "layout.h"
 #include "reuse.h"
+#include "screen_picture.h"
 #include "screen_region.h"
 #include "stream_transfer.h"
 #include "subtitle_decoder.h"
@@ -20,8 +21,9 @@
 struct article_screen {
     bool prepared = false; ///< otherwise the daemon does not start, and there is no page
     std::vector<screen_region> regions{};
-    decoded_page page{};   ///< as a receiver reads the encoded display set
-    std::string failure{}; ///< what the daemon's code says when the article is not prepared
+    decoded_page page{};    ///< as a receiver reads the encoded display set
+    screen_picture drawn{}; ///< the page before its reduction to 16 colours; without pixels where nobody asks
+    std::string failure{};  ///< what the daemon's code says when the article is not prepared
 };
 
 /// Reductions of regions by their pixels: articles have logos and whole banners in common.
@@ -38,7 +40,8 @@ struct drawing_aids {
     image_cache images{};
     coded_regions encoded{};
     known_reductions reductions{};
-    sound_regions sound{}; ///< without slots: every region is measured
+    sound_regions sound{};   ///< without slots: every region is measured
+    bool keep_drawn = false; ///< what was drawn, before its reduction to 16 colours
 };
 
 /// Draws and encodes the article with the daemon's own code and decodes it again. The encoded blocks go into

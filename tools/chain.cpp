@@ -53,7 +53,7 @@ void check_one(const chain& all, const std::string& host, std::FILE* message)
     driver_state state = all.settings;
     load_host(state, all.files, host, all.layout.get());
     finding_groups findings;
-    add_findings(findings, check_host(state, all.files, host, all.sound).findings);
+    add_findings(findings, check_host(state, all.files, host, {.sound = all.sound}).findings);
     const std::size_t articles = all.files.hosts.at(host).size();
     const check_summary summary{.hosts = 1,
         .articles = state.service_count,

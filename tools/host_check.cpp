@@ -16,9 +16,9 @@ void append(finding_list& findings, finding_list more, const std::string& host, 
 }
 
 void draw_screens(
-    host_screens& all, driver_state& state, const std::string& folder, const sound_regions& sound)
+    host_screens& all, driver_state& state, const std::string& folder, const check_options& options)
 {
-    drawing_aids aids{.sound = sound};
+    drawing_aids aids{.sound = options.sound, .keep_drawn = options.keep_drawn};
     const item* article = state.articles;
     for (std::uint32_t i = 0; i < state.service_count; ++i, article = article->next)
         all.screens.push_back(make_screen(state.streams[i], *article, state.layout, folder, aids));
@@ -57,14 +57,14 @@ void check_cycle(host_screens& all, driver_state& state, const std::string& host
 } // namespace
 
 host_screens check_host(
-    driver_state& state, const shop_files& files, const std::string& host, const sound_regions& sound)
+    driver_state& state, const shop_files& files, const std::string& host, const check_options& options)
 {
     host_screens all;
     auto places = places_of(files, host);
     places.resize(state.service_count);
-    draw_screens(all, state, files.folder, sound);
+    draw_screens(all, state, files.folder, options);
     all.findings = check_articles(files, host, state, places);
-    check_screens(all, state, files, host, places, sound);
+    check_screens(all, state, files, host, places, options.sound);
     if (state.service_count != 0)
         check_cycle(all, state, host);
     return all;

@@ -15,8 +15,13 @@ struct host_screens {
     finding_list findings{};          ///< with article, host and screen
 };
 
+/// How a host is checked.
+struct check_options {
+    sound_regions sound{};   ///< they are not measured again
+    bool keep_drawn = false; ///< of each screen the picture from before its reduction to 16 colours
+};
+
 /// Draws and encodes the articles that the state has loaded for the host, one after the other as the daemon
-/// does, and then tells what is wrong with them. The encoded blocks go into the state. Regions that are sound
-/// are not measured again.
+/// does, and then tells what is wrong with them. The encoded blocks go into the state.
 host_screens check_host(
-    driver_state& state, const shop_files& files, const std::string& host, const sound_regions& sound = {});
+    driver_state& state, const shop_files& files, const std::string& host, const check_options& options = {});

@@ -4,7 +4,9 @@
 #include "findings.h"
 #include "findings_json.h"
 #include "formatted.h"
+#include "handles.h"
 #include "host_check.h"
+#include "page.h"
 #include "preview_options.h"
 #include "report.h"
 #include "screen_file.h"
@@ -14,8 +16,10 @@
 #include "shop.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <span>
@@ -97,7 +101,7 @@ void show_article(preview& view, std::uint32_t index, const item& article)
 {
     const article_screen& screen = view.all.screens[index];
     std::string path;
-    if (screen.prepared) {
+    if (screen.prepared && !view.options.output.empty()) {
         path = picture_path(view, index + 1, article);
         view.failure = write_screen(lay_over(view.ground, compose_screen(screen.page)), path);
     }
@@ -138,13 +142,29 @@ std::string open_places(preview& view)
     view.ground = make_background(view.options.background);
     if (!view.ground.error.empty())
         return view.ground.error;
-    std::filesystem::create_directories(view.options.output, error);
-    return error ? "cannot make the folder " + view.options.output + ": " + error.message() : "";
+    for (const std::string& folder : {view.options.output, view.options.html})
+        if (!folder.empty() && !std::filesystem::create_directories(folder, error) && error)
+            return "cannot make the folder " + folder + ": " + error.message();
+    return "";
+}
+
+std::string data_of_page(const preview& view)
+{
+    return page_data({.host = view.host,
+        .article = view.options.article,
+        .ground = view.ground,
+        .files = view.files,
+        .state = view.state,
+        .all = view.all,
+        .summary = view.summary,
+        .findings = view.findings});
 }
 
 /// The last part of every report. Returns the exit status.
 int conclude(const preview& view, const finding_groups& findings)
 {
+    if (view.options.format == "page")
+        std::fputs(data_of_page(view).c_str(), stdout);
     if (view.options.format == "json")
         std::fputs(json_report(view.summary, view.shown, findings).c_str(), stdout);
     print(view, findings_report(findings) + verdict(findings));
@@ -175,7 +195,8 @@ void check(preview& view)
     view.files = read_shop(
         view.options.resources, view.host, [&](const finding& found) { view.findings.push_back(found); });
     load_shop(view.state, view.options.resources);
-    view.all = check_host(view.state, view.files, view.host);
+    view.all = check_host(view.state, view.files, view.host,
+        {.keep_drawn = !view.options.html.empty() || view.options.format == "page"});
     keep(view, view.all.findings);
     if (view.state.service_count == 0)
         view.findings.push_back(no_article(view.files, view.host));
@@ -183,6 +204,17 @@ void check(preview& view)
     const auto found = view.files.hosts.find(view.host);
     if (found != view.files.hosts.end())
         view.summary.dropped_over_forty = found->second.size() - view.state.service_count;
+}
+
+/// Returns what was in its way.
+std::string write_page(const preview& view)
+{
+    const std::string path = (std::filesystem::path(view.options.html) / "index.html").string();
+    const owned_file file(std::fopen(path.c_str(), "w"));
+    const std::string page = page_html(data_of_page(view));
+    const bool is_written = file && std::fwrite(page.data(), 1, page.size(), file.get()) == page.size()
+        && std::fflush(file.get()) == 0;
+    return is_written ? "" : "cannot write " + path + ": " + std::strerror(errno);
 }
 
 int show(preview& view)
@@ -195,6 +227,8 @@ int show(preview& view)
         formatted("%u of %zu articles are shown; files of %s\n\n", view.state.service_count,
             view.files.listed.size(), view.options.resources.c_str()));
     show_articles(view);
+    if (view.failure.empty() && !view.options.html.empty())
+        view.failure = write_page(view);
     if (!view.failure.empty())
         return no_preview(view.failure);
     print(view, dropped_report(dropped_articles(view.files, view.host)));

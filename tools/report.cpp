@@ -120,12 +120,7 @@ std::string seconds_at(std::uint64_t clock_periods, double clock_hz)
     return formatted("%.2f s at %.0f kHz", static_cast<double>(clock_periods) / clock_hz, clock_hz / 1000);
 }
 
-struct load_count {
-    std::uint64_t packets = 0;
-    std::uint64_t loads = 0;
-};
-
-void count_sendings(load_count& total, const block& payload, std::uint64_t times, std::uint32_t slot_packets)
+void count_sendings(cycle_load& total, const block& payload, std::uint64_t times, std::uint32_t slot_packets)
 {
     const std::uint64_t packets = packets_of(payload);
     total.packets += times * packets;
@@ -166,18 +161,24 @@ std::string dropped_report(const std::vector<dropped_article>& dropped)
     return text.empty() ? "" : "Articles that are not shown\n" + text + "\n";
 }
 
-std::string cycle_report(const driver_state& state, const cycle_cost& cost)
+cycle_load load_of(const driver_state& state, const cycle_cost& cost)
 {
     const auto streams = std::span(state.streams).first(state.service_count);
-    load_count total;
+    cycle_load total{.display_sets = streams.size(), .refreshes = streams.size() * (streams.size() - 1)};
     for (const subtitle_stream& stream : streams) {
         count_sendings(total, *stream.display_set, 1, cost.slot_packets);
         count_sendings(total, *stream.refresh, streams.size() - 1, cost.slot_packets);
     }
-    return "One full cycle\n    " + counted(streams.size(), "display set") + " and "
-        + counted(streams.size() * (streams.size() - 1), "refresh display set") + ": "
-        + counted(total.packets, "packet") + " in " + counted(total.loads, "load") + " of a stream slot\n    "
-        + counted(cost.requests, "request") + " on the bus: " + seconds_at(cost.clock_periods, 100e3) + ", "
+    return total;
+}
+
+std::string cycle_report(const driver_state& state, const cycle_cost& cost)
+{
+    const cycle_load total = load_of(state, cost);
+    return "One full cycle\n    " + counted(total.display_sets, "display set") + " and "
+        + counted(total.refreshes, "refresh display set") + ": " + counted(total.packets, "packet") + " in "
+        + counted(total.loads, "load") + " of a stream slot\n    " + counted(cost.requests, "request")
+        + " on the bus: " + seconds_at(cost.clock_periods, 100e3) + ", "
         + seconds_at(cost.clock_periods, 400e3) + "\n    Stream slots of "
         + counted(cost.slot_packets, "packet") + "; the device is taken to be ready at once.\n\n";
 }

@@ -20,6 +20,15 @@ std::string screen_report(const article_screen& screen, const subtitle_stream& s
 /// Articles that are not shown, and why; the first ones. Empty when all are.
 std::string dropped_report(const std::vector<dropped_article>& dropped);
 
+/// What one streaming cycle of all services sends.
+struct cycle_load {
+    std::uint64_t display_sets = 0;
+    std::uint64_t refreshes = 0;
+    std::uint64_t packets = 0;
+    std::uint64_t loads = 0; ///< of a stream slot
+};
+cycle_load load_of(const driver_state& state, const cycle_cost& cost);
+
 /// What one streaming cycle of all services takes.
 std::string cycle_report(const driver_state& state, const cycle_cost& cost);
 

@@ -45,11 +45,24 @@ rgba_pixel pixel_of(std::uint32_t word)
         static_cast<std::uint8_t>(word), 255};
 }
 
+/// The same of a surface with opacity, by which cairo multiplies the colours.
+std::uint32_t multiplied_word(const rgba_pixel& pixel)
+{
+    const auto part = [&](std::size_t i) { return (std::uint32_t{pixel[i]} * pixel[3] + 127) / 255; };
+    return std::uint32_t{pixel[3]} << 24 | part(0) << 16 | part(1) << 8 | part(2);
+}
+
 unsigned char* word_at(cairo_surface_t* surface, std::size_t position)
 {
     const auto stride = static_cast<std::size_t>(cairo_image_surface_get_stride(surface));
     return cairo_image_surface_get_data(surface) + position / display_width * stride
         + position % display_width * sizeof(std::uint32_t);
+}
+
+cairo_status_t append_bytes(void* text, const unsigned char* bytes, unsigned int count)
+{
+    static_cast<std::string*>(text)->append(bytes, bytes + count);
+    return CAIRO_STATUS_SUCCESS;
 }
 
 void paint_stretched(cairo_t* context, cairo_surface_t* image)
@@ -101,6 +114,22 @@ std::vector<rgba_pixel> lay_over(const background& ground, const screen_picture&
                 (above[part] * opacity + pixels[i][part] * (255 - opacity) + 127) / 255);
     }
     return pixels;
+}
+
+std::string png_of(const screen_picture& picture)
+{
+    const canvas drawn = new_canvas(whole_display);
+    if (cairo_surface_status(drawn.surface.get()) != CAIRO_STATUS_SUCCESS)
+        return "";
+    cairo_surface_flush(drawn.surface.get());
+    for (std::size_t i = 0; i < picture.pixels.size(); ++i) {
+        const std::uint32_t word = multiplied_word(picture.pixels[i]);
+        std::memcpy(word_at(drawn.surface.get(), i), &word, sizeof word);
+    }
+    cairo_surface_mark_dirty(drawn.surface.get());
+    std::string bytes;
+    cairo_surface_write_to_png_stream(drawn.surface.get(), append_bytes, &bytes);
+    return bytes;
 }
 
 std::string write_screen(const std::vector<rgba_pixel>& pixels, const std::string& path)

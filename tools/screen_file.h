@@ -18,6 +18,9 @@ background make_background(const std::string& colour_or_path);
 /// Lays the picture over the background by its opacity.
 std::vector<rgba_pixel> lay_over(const background& ground, const screen_picture& screen);
 
+/// The picture as the bytes of a PNG file, with its opacity. Empty when there is no memory for it.
+std::string png_of(const screen_picture& picture);
+
 /// Writes opaque pixels of the display's size as a PNG file. Returns why it could not; empty when it
 /// could.
 std::string write_screen(const std::vector<rgba_pixel>& pixels, const std::string& path);

@@ -157,6 +157,11 @@ void put_services(byte_cursor& section, const service_names& names, const servic
 
 } // namespace
 
+std::string article_service_name(std::string_view common_name, const item& article)
+{
+    return service_name(common_name.substr(0, max_service_name_with_channel), &article);
+}
+
 std::int32_t write_nit(
     std::span<std::uint8_t> out, const network_description& network, const service_list& services)
 {

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 
 /// The services of the output, numbered from 0.
@@ -40,6 +41,9 @@ struct service_names {
 /// front of `out`. Returns the length: 15 bytes, and 10 more and both names for each service.
 [[nodiscard]] std::int32_t write_sdt(
     std::span<std::uint8_t> out, const service_names& names, const service_list& services);
+
+/// The name that an article's service has in the SDT: 8 bytes of the services' common name, and its channel.
+[[nodiscard]] std::string article_service_name(std::string_view common_name, const item& article);
 
 /// Writes the NIT of the settings and of these services, described by the members of `service_list`,
 /// into `table.data`; only that is written. Returns the section's length in bytes.
