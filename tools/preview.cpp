@@ -11,6 +11,7 @@
 #include "report.h"
 #include "screen_file.h"
 #include "screen_picture.h"
+#include "serve.h"
 #include "services.h"
 #include "settings.h"
 #include "shop.h"
@@ -276,6 +277,8 @@ int run_preview(int argc, char** argv)
     }
     if (!view.options.error.empty())
         return no_preview(view.options.error + " (--help lists the options)");
+    if (!view.options.serve.empty())
+        return serve_page(view.options);
     if (const std::string problem = open_places(view); !problem.empty())
         return no_preview(problem);
     const auto settings = read_settings();

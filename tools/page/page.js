@@ -139,7 +139,8 @@ function setPicture(image, source) {
 
 function screenItem(screen) {
   const button = element("button", { type: "button", className: "screen", id: `screen-${keyOf(screen)}` },
-    element("div", { className: "display" }, element("img", { width: 720, height: 576, alt: "" })),
+    element("div", { className: "display" }, element("img", { width: 720, height: 576, alt: "" }),
+      element("span", { className: "marks" })),
     element("div", { className: "caption" }));
   button.addEventListener("click", () => choose(keyOf(screen), null));
   return element("li", {}, button);
@@ -151,10 +152,10 @@ function drawScreenItem(item, screen) {
   const changed = setPicture(button.querySelector("img"), screen.picture);
   button.dataset.drawn = "yes";
   button.classList.toggle("changed", changed && !isNew);
+  button.querySelector(".marks").replaceChildren(...badges(findingsOf(screen)).slice(0, 1));
   button.querySelector(".caption").replaceChildren(
     element("span", { className: "number", textContent: screen.number }),
     element("b", { textContent: nameOf(screen) }),
-    element("span", {}, ...badges(findingsOf(screen)).slice(0, 1)),
     element("small", { textContent: [screen.code, screen.price.trim(), `channel ${screen.service.channel}`].filter(Boolean).join(" · ") }));
   if (keyOf(screen) === view.screen) button.setAttribute("aria-current", "true");
   else button.removeAttribute("aria-current");
@@ -304,8 +305,8 @@ function drawHeader() {
   const errors = page.findings.filter((found) => found.severity === "error").length;
   document.title = (errors === 0 ? "" : `${counted(errors, "error")}: `) + byId("title").textContent;
   byId("trouble").hidden = page.trouble.length === 0;
-  byId("trouble").replaceChildren(...page.trouble.map((found) =>
-    element("p", {}, element("b", { textContent: placeOf(found) }), ` ${found.what}. ${found.advice}`)),
+  byId("trouble").replaceChildren(
+    element("ul", { className: "findings" }, ...page.trouble.map((found, index) => findingItem([found], `trouble-${index}`, false))),
     page.stale ? element("p", { textContent: "The last good screens stay until this is mended." }) : "");
 }
 

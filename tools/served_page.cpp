@@ -1,0 +1,92 @@
+#include "served_page.h"
+
+#include "formatted.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+using nlohmann::ordered_json;
+
+ordered_json empty_page()
+{
+    return {{"host", ""}, {"folder", ""}, {"background", {{"colour", "#606060"}, {"picture", ""}}},
+        {"listed", 0}, {"screens", ordered_json::array()}, {"findings", ordered_json::array()},
+        {"trouble", ordered_json::array()}, {"layout", ordered_json::array()},
+        {"dropped", ordered_json::array()}, {"cycle", nullptr}};
+}
+
+ordered_json trouble_of(const process_end& drawing)
+{
+    const std::string why = drawing.failure.empty() ? drawing.messages : drawing.failure;
+    return {{"severity", "error"}, {"kind", "no-preview"}, {"file", ""}, {"line", 0}, {"column", 0},
+        {"article", ""}, {"screen", 0}, {"region", ""}, {"what", "the screens cannot be drawn: " + why},
+        {"advice", ""}};
+}
+
+/// A screen that cannot be prepared keeps its last good picture.
+void keep_pictures(ordered_json& page, const ordered_json& before)
+{
+    for (ordered_json& screen : page["screens"]) {
+        const auto same = std::ranges::find_if(
+            before["screens"], [&](const ordered_json& each) { return each["code"] == screen["code"]; });
+        if (screen["prepared"] == true || same == before["screens"].end())
+            continue;
+        for (const char* part : {"picture", "drawn", "regions"})
+            screen[part] = (*same)[part];
+        screen["last_good"] = true;
+    }
+}
+
+ordered_json parsed(const std::string& text)
+{
+    return text.empty() ? empty_page() : ordered_json::parse(text, nullptr, false);
+}
+
+std::string text_of(const ordered_json& page)
+{
+    return page.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+}
+
+/// What the page shows next, and the trouble that it has.
+ordered_json next_page(served_page& page, const process_end& drawing)
+{
+    const ordered_json before = parsed(page.last_good);
+    ordered_json drawn = parsed(drawing.output);
+    const bool is_drawn = drawing.status >= 0 && !drawing.output.empty() && drawn.is_object();
+    if (is_drawn && (drawn["trouble"].empty() || page.last_good.empty())) {
+        keep_pictures(drawn, before);
+        if (drawn["trouble"].empty())
+            page.last_good = text_of(drawn);
+        return drawn;
+    }
+    ordered_json shown = before;
+    shown["trouble"] = is_drawn ? drawn["trouble"] : ordered_json::array({trouble_of(drawing)});
+    shown["stale"] = !page.last_good.empty();
+    return shown;
+}
+
+} // namespace
+
+void take_drawing(served_page& page, const process_end& drawing)
+{
+    ordered_json shown = next_page(page, drawing);
+    shown["live"] = true;
+    shown["revision"] = ++page.revision;
+    page.document = text_of(shown);
+}
+
+std::string line_about(const served_page& page)
+{
+    const ordered_json shown = parsed(page.document);
+    if (!shown["trouble"].empty())
+        return shown["trouble"][0]["file"].get<std::string>() + " "
+            + shown["trouble"][0]["what"].get<std::string>();
+    const auto count = [&](const char* severity) {
+        return std::ranges::count_if(
+            shown["findings"], [&](const ordered_json& found) { return found["severity"] == severity; });
+    };
+    return formatted(
+        "%zu screens, %td errors, %td warnings", shown["screens"].size(), count("error"), count("warning"));
+}
