@@ -40,7 +40,8 @@ need_packages() {
 # What every build needs, and more of them for what the scripts do.
 build_packages=(g++ cmake ninja-build pkg-config libexpat1-dev libcairo2-dev libfontconfig-dev nlohmann-json3-dev
     libcpp-httplib-dev)
-test_packages=(libgtest-dev libgmock-dev libpng-dev fonts-liberation fonts-dejavu-core ffmpeg tshark)
+test_packages=(libgtest-dev libgmock-dev libpng-dev fonts-liberation fonts-dejavu-core ffmpeg tshark
+    chromium chromium-driver python3)
 lint_packages=(git clang clang-format clang-tidy mandoc)
 fuzz_packages=(clang libclang-rt-14-dev llvm fonts-liberation fonts-dejavu-core)
 

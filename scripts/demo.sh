@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
 # Runs the sample shop for a minute of virtual time on the emulated device, beneath the packets of an
-# encoder, and leaves in out/ the stream that leaves the board, what a viewer sees of each service, and
-# what is in the tables. Installs what is missing (Debian packages).
+# encoder, and leaves in out/ the stream that leaves the board, a page with all screens, what a viewer sees
+# of each service, and what is in the tables. Installs what is missing (Debian packages).
 . "$(dirname "$0")/common.sh"
 
 need_packages "${build_packages[@]}" fonts-liberation ffmpeg tshark
 build release
 mkdir -p out
-rm -f out/screen-*.png out/demo*
+rm -f out/screen-*.png out/demo* out/index.html
 
 say "making an encoder stream: a minute of H.264 on PID 4113 and AAC on PID 4352, at a constant rate"
 ffmpeg -v error -y -t 60 \
@@ -47,9 +47,13 @@ ffmpeg -v error -y -t 24 -i out/demo.ts -filter_complex "$graph$overlays" "${out
     fail "ffmpeg could not decode the services of out/demo.ts"
 ffmpeg -v error -y -t 24 -i out/demo.ts -vf trim=start=20 -frames:v 1 -update 1 out/screen-none.png
 pictures=$(md5sum out/screen-*.png | cut -d " " -f 1 | sort -u | wc -l)
+say "writing a page with all screens"
+build/release/bin/tsinsert-preview --resources samples/shop --background out/screen-none.png --html out >out/preview.txt ||
+    fail "tsinsert-preview found something broken: see out/preview.txt"
 rm out/screen-none.png
 [ "$pictures" -eq $((services + 1)) ] || fail "ffmpeg does not show $services different subtitles of out/demo.ts"
 
 say "out/demo.ts: the stream, for any player; choose one of its $services subtitles
+   out/index.html: a page with all screens, for any browser; out/preview.txt: the same in words
    out/screen-0.png to out/screen-$((services - 1)).png: what a viewer sees of each service
    out/demo-tables.txt: the tables; out/demo.bus: every request on the bus"

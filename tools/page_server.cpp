@@ -165,7 +165,8 @@ void set_routes(page_server& server)
             return httplib::Server::HandlerResponse::Handled;
         });
     server.http.Get("/", [&server](const httplib::Request& /*request*/, httplib::Response& response) {
-        const std::lock_guard lock(server.shown.mutex);
+        std::unique_lock lock(server.shown.mutex);
+        server.shown.changed.wait(lock, [&] { return server.shown.revision != 0 || server.shown.is_ending; });
         response.set_content(page_html(server.shown.document), "text/html; charset=utf-8");
     });
     server.http.Get("/events", [&server](const httplib::Request& request, httplib::Response& response) {

@@ -70,7 +70,7 @@ function grouped(findings) {
 function screenButton(found, id) {
   const screen = page.screens.find((each) => each.number === found.screen);
   if (screen === undefined) return document.createTextNode(` ${found.article}`);
-  const button = element("button", { type: "button", id, textContent: `screen ${screen.number} ${screen.code}` });
+  const button = element("button", { type: "button", className: "link", id, textContent: `screen ${screen.number} ${screen.code}` });
   button.addEventListener("click", () => choose(keyOf(screen), found.region));
   return button;
 }
