@@ -365,6 +365,7 @@ function takePicture() {
 function chooseSize() {
   const scale = Number(byId("size").value);
   byId("stage").classList.toggle("scaled", scale !== 0);
+  byId("large").classList.toggle("wide", scale > 1 || byId("mode").value === "both");
   byId("stage").style.setProperty("--scale", scale);
   document.documentElement.style.setProperty("--shape", byId("shape").value);
 }
@@ -379,7 +380,7 @@ function stepByKey(event) {
 
 function listen() {
   for (const id of ["mode", "names"]) byId(id).addEventListener("change", draw);
-  for (const id of ["size", "shape"]) byId(id).addEventListener("change", chooseSize);
+  for (const id of ["mode", "size", "shape"]) byId(id).addEventListener("change", chooseSize);
   byId("ground").addEventListener("change", chooseGround);
   byId("ground-colour").addEventListener("input", draw);
   byId("ground-file").addEventListener("change", takePicture);
