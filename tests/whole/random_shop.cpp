@@ -243,7 +243,7 @@ const field settings[] = {
 
 const field faults[] = {
     {"--fail", {"any:300", "write-block:90", "write-word:40+", "read-byte:25"}},
-    {"--stuck-slot", {"0", "1", "9"}},
+    {"--stuck-slot", {"0", "1"}},
     {"--no-acknowledge", {"0", "1"}},
     {"--generation", {"2", "none"}},
     {"--packet-rate", {"60", "100000"}},
