@@ -21,25 +21,26 @@ enum class piece_rule : std::uint8_t {
 
 struct field_rule {
     std::string_view name;
+    const char* region = "banner"; ///< that shows it
     piece_rule rule = piece_rule::first;
     std::string_view word{};
 };
 
 /// In the order of `article_field`; names count by their beginning.
 constexpr field_rule field_rules[article_fields] = {
-    {"model"},
-    {"brand"},
-    {"price"},
+    {"model", "model"},
+    {"brand", "brand"},
+    {"price", "price"},
     {"type"},
     {"size"},
-    {"tuner", piece_rule::word, "HD"},
-    {"hdmi", piece_rule::first_count},
-    {"usb", piece_rule::first_count},
+    {"tuner", "banner", piece_rule::word, "HD"},
+    {"hdmi", "banner", piece_rule::first_count},
+    {"usb", "banner", piece_rule::first_count},
     {"hd"},
-    {"threeD", piece_rule::word, "READY"},
-    {"warranty"},
-    {"ovu", piece_rule::last},
-    {"channel", piece_rule::number},
+    {"threeD", "banner", piece_rule::word, "READY"},
+    {"warranty", "warranty"},
+    {"ovu", "", piece_rule::last},
+    {"channel", "", piece_rule::number},
 };
 
 constexpr std::string_view field_names[] = {"model", "brand", "price", "type", "size", "tuner", "hdmi", "usb",
@@ -96,6 +97,7 @@ file_place place_of(const article_reader& reader)
 void add(article_reader& reader, const file_place& at, finding found)
 {
     found.at = {.file = reader.file.path, .line = at.line, .column = at.column};
+    found.region = reader.field == nullptr ? "" : reader.field->region;
     (reader.article ? reader.findings : reader.frame.findings).push_back(std::move(found));
 }
 
@@ -238,15 +240,17 @@ void begin_field(article_reader& reader, const char* name)
         report_unknown(reader, name, field_names);
 }
 
-/// What makes expat hand over a piece for itself.
+/// What makes expat hand over a piece for itself. In UTF-16 there is a zero beside each ASCII character.
 std::string cause_of(const article_reader& reader, std::string_view piece)
 {
-    const std::string& bytes = reader.file.bytes;
-    const std::size_t at = byte_index(reader);
+    constexpr std::size_t longest_reference = 24;
+    std::string written =
+        reader.file.bytes.substr(std::min(byte_index(reader), reader.file.bytes.size()), longest_reference);
+    std::erase(written, '\0');
     if (piece == "\n")
         return "the line break";
-    if (at < bytes.size() && bytes[at] == '&')
-        return "\"" + bytes.substr(at, std::min(bytes.find(';', at) + 1 - at, std::size_t{12})) + "\"";
+    if (written.starts_with('&'))
+        return "\"" + written.substr(0, written.find(';') + 1) + "\"";
     return "a tag, a comment or a CDATA section";
 }
 

@@ -130,48 +130,10 @@ bool is_trouble(const finding& found)
     return found.kind == "unreadable-file" || found.kind == "malformed-file";
 }
 
-/// Where viewers see the texts of an article; empty: nowhere.
-const char* region_of(article_field field)
-{
-    switch (field) {
-    case article_field::model:
-        return "model";
-    case article_field::brand:
-        return "brand";
-    case article_field::price:
-        return "price";
-    case article_field::warranty:
-        return "warranty";
-    case article_field::ovu:
-    case article_field::channel:
-        return "";
-    default:
-        return "banner";
-    }
-}
-
-/// Gives what was found in a file of an article the screen and the region that show it.
-finding located(finding found, const page_content& content, const std::vector<article_places>& places)
-{
-    const item* article = content.state.articles;
-    for (std::uint32_t i = 0; i < places.size(); ++i, article = article->next) {
-        if (found.screen != 0 || found.article.empty() || found.article != text_or_empty(article->code))
-            continue;
-        found.screen = i + 1;
-        for (std::size_t k = 0; k < article_fields && found.region.empty(); ++k)
-            if (places[i].fields[k] == found.at)
-                found.region = region_of(static_cast<article_field>(k));
-    }
-    return found;
-}
-
 void put_findings(ordered_json& page, const page_content& content)
 {
     page["findings"] = page["trouble"] = ordered_json::array();
-    auto places = places_of(content.files, content.host);
-    places.resize(content.state.service_count);
-    for (const finding& each : content.findings) {
-        const finding found = located(each, content, places);
+    for (const finding& found : content.findings) {
         if (found.article.empty() || is_wanted(content, found.article))
             page["findings"].push_back(json_of(found));
         if (is_trouble(found))

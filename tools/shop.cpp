@@ -23,10 +23,20 @@ constexpr std::size_t hosts_named = 10;
 
 // Reading
 
-void tell(const finding_taker& take, const finding_list& findings)
+/// The number of the host's last article as a screen; 0 when it is not shown.
+std::uint32_t last_screen(const shop_files& files, const std::string& host)
 {
-    for (const finding& found : findings)
+    const auto found = files.hosts.find(host);
+    const std::size_t count = found == files.hosts.end() ? 0 : found->second.size();
+    return count > services_max ? 0 : static_cast<std::uint32_t>(count);
+}
+
+void tell(const finding_taker& take, finding_list findings, std::uint32_t screen)
+{
+    for (finding& found : findings) {
+        found.screen = screen;
         take(found);
+    }
 }
 
 void read_listed(shop_files& files, const std::optional<std::string>& host, const finding_taker& take)
@@ -35,31 +45,44 @@ void read_listed(shop_files& files, const std::optional<std::string>& host, cons
         return !host || article.host == *host || article.meant_host == *host || article.host.empty();
     };
     const auto take_article = [&](const article_element& article, const finding_list& findings) {
-        if (concerns(article))
-            tell(take, findings);
         if (!article.host.empty())
             files.hosts[article.host].push_back(files.listed.size());
         files.listed.push_back(article);
         files.listed.back().meant_host.clear();
+        if (concerns(article))
+            tell(take, findings, last_screen(files, article.host));
     };
     files.article_frame = read_articles(files.articles, article_file_kind::articles, take_article);
-    tell(take, files.article_frame.findings);
+    tell(take, files.article_frame.findings, 0);
+}
+
+/// The articles of the host, or of all, by their codes, with the screens of those of the host.
+std::map<std::string, std::uint32_t> screens_of(
+    const shop_files& files, const std::optional<std::string>& host)
+{
+    std::map<std::string, std::uint32_t> screens;
+    std::uint32_t screen = 0;
+    for (const article_element& article : files.listed) {
+        if (!host)
+            screens.emplace(article.code, 0);
+        else if (article.host == *host && !host->empty() && screen < services_max)
+            screens.emplace(article.code, ++screen);
+    }
+    return screens;
 }
 
 void read_catalogue(shop_files& files, const std::optional<std::string>& host, const finding_taker& take)
 {
-    std::set<std::string> codes;
-    for (const article_element& article : files.listed)
-        if (!host || article.host == *host)
-            codes.insert(article.code);
+    const auto screens = screens_of(files, host);
     const auto take_article = [&](const article_element& article, const finding_list& findings) {
-        if (!host || codes.contains(article.code) || article.code.empty())
-            tell(take, findings);
-        if (codes.contains(article.code))
+        const auto shown = screens.find(article.code);
+        if (!host || shown != screens.end() || article.code.empty())
+            tell(take, findings, shown == screens.end() ? 0 : shown->second);
+        if (shown != screens.end())
             files.catalogue.push_back(article);
     };
     files.reference_frame = read_articles(files.reference, article_file_kind::reference, take_article);
-    tell(take, files.reference_frame.findings);
+    tell(take, files.reference_frame.findings, 0);
     std::ranges::stable_sort(files.catalogue, {}, &article_element::code);
 }
 
@@ -197,7 +220,7 @@ std::string list_hosts(const shop_files& files)
             return list + formatted(" and %zu more", files.hosts.size() - hosts_named);
         list += formatted("%s\"%s\" (%zu)", list.empty() ? "" : ", ", host.c_str(), articles.size());
     }
-    return list.empty() ? "none" : list;
+    return list;
 }
 
 // Loading from parts of the files
@@ -249,7 +272,7 @@ shop_files read_shop(
     files.reference = read_bytes(folder + "referencieltv.xml");
     read_catalogue(files, host, take);
     files.layout = read_layout(read_bytes(folder + "layout.xml"));
-    tell(take, files.layout.findings);
+    tell(take, files.layout.findings, 0);
     files.names = files_in(folder);
     return files;
 }
@@ -324,17 +347,21 @@ finding_list check_settings()
 
 finding no_article(const shop_files& files, const std::string& host)
 {
+    finding found{
+        .level = severity::error, .kind = "no-article", .at = {.file = files.articles.path}, .host = host};
+    if (files.hosts.empty()) {
+        found.what = "no article of the file names a host: viewers see nothing of any";
+        found.advice = "write <ovu>…</ovu> with the host's name into each article";
+        return found;
+    }
     const auto near = std::ranges::find_if(
         files.hosts, [&](const auto& each) { return equal_ignoring_case(each.first, host); });
-    return {.level = severity::error,
-        .kind = "no-article",
-        .at = {.file = files.articles.path},
-        .host = host,
-        .what = host.empty()
-            ? formatted("%s is not set: no article is this host's", host_setting)
-            : formatted("there is no article for host \"%s\": viewers see nothing of any", host.c_str()),
-        .advice = (near == files.hosts.end() ? "" : formatted("did you mean \"%s\"? ", near->first.c_str()))
-            + "the file has these hosts: " + list_hosts(files)};
+    found.what = host.empty()
+        ? formatted("%s is not set: no article is this host's", host_setting)
+        : formatted("there is no article for host \"%s\": viewers see nothing of any", host.c_str());
+    found.advice = (near == files.hosts.end() ? "" : formatted("did you mean \"%s\"? ", near->first.c_str()))
+        + "the file has these hosts: " + list_hosts(files);
+    return found;
 }
 
 void load_shop(driver_state& state, const std::string& folder)

@@ -62,7 +62,7 @@ void load_shop(driver_state& state, const std::string& folder);
 /// Their layout is the caller's.
 void load_host(driver_state& state, const shop_files& files, const std::string& host, layout_region* layout);
 
-/// Without an article for the host, what that means.
+/// Without an article for the host, or for any, what that means.
 finding no_article(const shop_files& files, const std::string& host);
 
 inline constexpr const char* host_setting = "PREF_SYSTEM_NETWORK_HOSTNAME";
