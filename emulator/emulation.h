@@ -39,6 +39,7 @@ struct emulation {
     std::uint64_t refused_requests = 0;
     std::uint64_t clock_readings = 0;
     std::uint64_t sleeps = 0;
+    std::int64_t counting_since_ns = 0; ///< when the statistics, and what the judge notes, began
     stream_statistics statistics;
 };
 

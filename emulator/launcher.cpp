@@ -2,6 +2,7 @@
 
 #include "options.h"
 #include "report.h"
+#include "setup.h"
 
 #include <cerrno>
 #include <csignal>
@@ -19,23 +20,9 @@
 
 namespace {
 
-constexpr int status_unsound = 1;
-constexpr int status_no_run = 2;
 constexpr const char* library_name = "libepld-emulator.so";
 constexpr std::int64_t second_ns = 1'000'000'000;
 constexpr std::int64_t default_duration_s = 60;
-
-/// Says what is wrong, in one sentence. Returns false, for the caller to return.
-bool complain(const std::string& what)
-{
-    std::fprintf(stderr, "epld-emulator: %s\n", what.c_str());
-    return false;
-}
-
-bool complain_about(const std::string& what, const std::string& path)
-{
-    return complain(what + " " + path + ": " + std::strerror(errno));
-}
 
 /// A descriptor that the daemon's process inherits.
 int shared_memory(const char* name, std::size_t size)
@@ -56,54 +43,7 @@ bool provide_version_file(emulation& run, const std::string& generation)
         || write(run.version_descriptor, content.data(), content.size())
             != static_cast<ssize_t>(content.size()))
         return complain("cannot provide the version file");
-    run.device.new_generation = static_cast<std::uint32_t>(std::atoi(generation.c_str())) > 2;
     return true;
-}
-
-/// For a stream that goes to standard output: all other output goes to standard error from now on.
-int take_standard_output()
-{
-    const int descriptor = dup(STDOUT_FILENO);
-    dup2(STDERR_FILENO, STDOUT_FILENO);
-    return descriptor;
-}
-
-bool open_output(output_file& file, const std::string& path)
-{
-    if (path.empty())
-        return true;
-    if (path == "-") {
-        file.descriptor = take_standard_output();
-        return true;
-    }
-    file.descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
-    return file.descriptor >= 0 || complain_about("cannot write", path);
-}
-
-bool open_encoder(emulation& run, const launch_options& options)
-{
-    if (options.encoder_path.empty()) {
-        use_null_packets(run.stream, options.packet_rate);
-        return true;
-    }
-    run.encoder_descriptor = open(options.encoder_path.c_str(), O_RDONLY);
-    if (run.encoder_descriptor < 0)
-        return complain_about("cannot read", options.encoder_path);
-    std::error_code ignored;
-    if (!std::filesystem::is_regular_file(options.encoder_path, ignored))
-        return complain(options.encoder_path + " is not a file");
-    if (std::filesystem::equivalent(options.encoder_path, options.stream_path, ignored))
-        return complain("the encoder stream would be overwritten by --stream " + options.stream_path);
-    run.encoder_size = static_cast<std::size_t>(std::filesystem::file_size(options.encoder_path, ignored));
-    if (run.encoder_size == 0)
-        return complain(options.encoder_path + " is empty");
-    void* const bytes = mmap(nullptr, run.encoder_size, PROT_READ, MAP_SHARED, run.encoder_descriptor, 0);
-    if (bytes == MAP_FAILED)
-        return complain_about("cannot read", options.encoder_path);
-    const std::string fault = use_encoder(
-        run.stream, {static_cast<const std::uint8_t*>(bytes), run.encoder_size}, options.packet_rate);
-    munmap(bytes, run.encoder_size);
-    return fault.empty() || complain("cannot use " + options.encoder_path + ": " + fault);
 }
 
 std::int64_t duration_ns(const emulation& run, const launch_options& options)
@@ -115,37 +55,21 @@ std::int64_t duration_ns(const emulation& run, const launch_options& options)
     return default_duration_s * second_ns;
 }
 
-/// Packet memory and registers hold anything before the daemon sets them.
-void power_on(epld_model& device)
-{
-    device.memory.fill(0xA5);
-    device.control = 0x05;
-    device.tables_deleted = false;
-}
-
 bool prepare(emulation& run, const launch_options& options)
 {
-    power_on(run.device);
     run.real_time = options.real_time;
     const char* const output = std::getenv("PREF_SYSTEM_STREAMER_1_OUTPUT");
     run.output_on_ethernet = output != nullptr && std::strcmp(output, "Ethernet") == 0;
     run.start_s = options.start_s >= 0 ? options.start_s : std::time(nullptr);
     run.clock_set_at_ns = options.clock_set.at_s * second_ns;
     run.clock_set_by_s = options.clock_set.by_s;
-    run.bus_clock_hz = options.bus_clock_hz;
-    run.device.stuck_slot = options.stuck_slot;
-    run.device.unacknowledged_slot = options.unacknowledged_slot;
-    for (const refused_request& refusal : options.refusals)
-        run.faults.refusals[run.faults.refusal_count++] = refusal;
 
     if (options.resources.size() >= run.resources.size())
         return complain("the name of the resources folder is too long");
     std::copy(options.resources.begin(), options.resources.end(), run.resources.begin());
     if (!options.resources.empty() && !std::filesystem::is_directory(options.resources))
         return complain("there is no folder " + options.resources);
-    if (!provide_version_file(run, options.generation) || !open_encoder(run, options)
-        || !open_output(run.record, options.record_path)
-        || !open_output(run.stream.output, options.stream_path))
+    if (!provide_version_file(run, options.generation) || !prepare_device(run, options))
         return false;
     run.duration_ns = duration_ns(run, options);
     return true;
@@ -253,41 +177,15 @@ daemon_end run_daemon(const launch_options& options, emulation& run, int memory_
     return wait_for_daemon(daemon, run, signals);
 }
 
-/// Gives the standard streams a place where they have none: otherwise the memory shared with the daemon
-/// would be opened as one of them.
-void keep_standard_streams()
-{
-    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
-        if (fcntl(descriptor, F_GETFD) < 0 && open("/dev/null", O_RDWR) < 0)
-            return;
-}
-
-bool write_summary(const std::string& text, const std::string& path)
-{
-    if (path.empty())
-        return std::fputs(text.c_str(), stdout) >= 0;
-    std::FILE* const file = std::fopen(path.c_str(), "w");
-    if (file == nullptr)
-        return complain_about("cannot write", path);
-    const bool written = std::fputs(text.c_str(), file) >= 0;
-    return std::fclose(file) == 0 && (written || complain_about("cannot write", path));
-}
-
 } // namespace
 
 int main(int argc, char** argv)
 {
     keep_standard_streams();
     std::signal(SIGPIPE, SIG_IGN); // a player that ends is said to be a fault of the output
-    const launch_options options = parse_command_line(argc, argv);
-    if (options.help)
-        return std::fputs(help_text().c_str(), stdout) >= 0 ? 0 : status_no_run;
-    if (options.version)
-        return std::puts("epld-emulator " TSINSERTD_VERSION) >= 0 ? 0 : status_no_run;
-    if (!options.error.empty()) {
-        complain(options.error + " (--help lists the options)");
-        return status_no_run;
-    }
+    const launch_options options = parse_command_line(front_end::launcher, argc, argv);
+    if (const auto status = status_without_run(front_end::launcher, options))
+        return *status;
 
     const int memory_descriptor = shared_memory("epld-emulator", sizeof(emulation));
     void* const memory = memory_descriptor < 0

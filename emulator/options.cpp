@@ -9,6 +9,7 @@
 
 namespace {
 
+constexpr std::int64_t generation_max = 1000;
 constexpr std::int64_t packet_rate_max = 1'000'000;
 constexpr std::int64_t bus_clock_max = 1'000'000'000;
 constexpr std::int64_t duration_max_s = 366LL * 24 * 3600;
@@ -72,7 +73,15 @@ bool store_text(std::string& place, const char* text)
     return !place.empty();
 }
 
+bool read_duration(launch_options& options, const char* text)
+{
+    return store(options.duration_s, parse_duration(text));
+}
+
+enum class users : std::uint8_t { both, launcher, adapter };
+
 struct option_rule {
+    users of; ///< the programs that have the option
     const char* name;
     const char* argument;
     const char* meaning;
@@ -80,51 +89,62 @@ struct option_rule {
 };
 
 constexpr option_rule rules[] = {
-    {"generation", "TEXT",
+    {users::launcher, "generation", "TEXT",
         "what the version file says: 1 or 2 for the old generation of the device, 3 and\n"
         "more for the new one; \"none\": there is no such file (3)",
         [](launch_options& options, const char* text) {
             options.generation = text;
             return true;
         }},
-    {"resources", "FOLDER", "stands in for the resources directory of the board (the real one)",
+    {users::adapter, "generation", "N",
+        "of the device: 1 or 2 for the old one, 3 and more for the new one (3)",
+        [](launch_options& options, const char* text) {
+            options.generation = text;
+            return parse_number(text, 0, generation_max).has_value();
+        }},
+    {users::launcher, "resources", "FOLDER",
+        "stands in for the resources directory of the board (the real one)",
         [](launch_options& options, const char* text) { return store_text(options.resources, text); }},
-    {"start", "TIME", "the clock at the beginning, \"YYYY-MM-DD hh:mm:ss\" in UTC (now)",
+    {users::launcher, "start", "TIME", "the clock at the beginning, \"YYYY-MM-DD hh:mm:ss\" in UTC (now)",
         [](launch_options& options, const char* text) { return store(options.start_s, parse_start(text)); }},
-    {"set-clock", "AT:BY", "in second AT of the run set the clock by BY seconds, back with a minus: 25:-3600",
+    {users::launcher, "set-clock", "AT:BY",
+        "in second AT of the run set the clock by BY seconds, back with a minus: 25:-3600",
         [](launch_options& options, const char* text) {
             const auto change = parse_clock_change(text);
             options.clock_set = change.value_or(clock_change{});
             return change.has_value();
         }},
-    {"duration", "TIME", "how long to run, as 90, 90s, 15m or 10h (the encoder stream's length, or 60s)",
-        [](launch_options& options, const char* text) {
-            return store(options.duration_s, parse_duration(text));
-        }},
-    {"clock", "KIND", "virtual: time passes only in sleeps and on the bus; real: as it does (virtual)",
+    {users::launcher, "duration", "TIME",
+        "how long to run, as 90, 90s, 15m or 10h (the encoder stream's length, or 60s)", read_duration},
+    {users::adapter, "duration", "TIME",
+        "how long to run, as 90, 90s, 15m or 10h (the encoder stream's length, or until it is stopped)",
+        read_duration},
+    {users::launcher, "clock", "KIND",
+        "virtual: time passes only in sleeps and on the bus; real: as it does (virtual)",
         [](launch_options& options, const char* text) {
             options.real_time = std::string_view(text) == "real";
             return options.real_time || std::string_view(text) == "virtual";
         }},
-    {"packet-rate", "N", "packets per second that the device can send (1000)",
+    {users::both, "packet-rate", "N", "packets per second that the device can send (1000)",
         [](launch_options& options, const char* text) {
             return store(options.packet_rate, parse_number(text, 1, packet_rate_max));
         }},
-    {"bus-clock", "HZ", "clock of the I2C bus; 0: transfers take no time (100000)",
+    {users::both, "bus-clock", "HZ", "clock of the I2C bus; 0: transfers take no time (100000)",
         [](launch_options& options, const char* text) {
             return store(options.bus_clock_hz, parse_number(text, 0, bus_clock_max));
         }},
-    {"stream", "FILE",
+    {users::both, "stream", "FILE",
         "write the transport stream that leaves the board; -: to standard output, for a player,\n"
         "and what else would go there to standard error",
         [](launch_options& options, const char* text) { return store_text(options.stream_path, text); }},
-    {"encoder", "FILE", "a transport stream of constant rate whose null packets the device replaces",
+    {users::both, "encoder", "FILE",
+        "a transport stream of constant rate whose null packets the device replaces",
         [](launch_options& options, const char* text) { return store_text(options.encoder_path, text); }},
-    {"record", "FILE", "write every request of the bus, one line each, with its time",
+    {users::both, "record", "FILE", "write every request of the bus, one line each, with its time",
         [](launch_options& options, const char* text) { return store_text(options.record_path, text); }},
-    {"summary", "FILE", "write the summary there (standard output)",
+    {users::both, "summary", "FILE", "write the summary there (standard output)",
         [](launch_options& options, const char* text) { return store_text(options.summary_path, text); }},
-    {"fail", "KIND:N",
+    {users::both, "fail", "KIND:N",
         "refuse the N-th request of that kind, with N+ all from the N-th on; kinds: open, bind,\n"
         "read-byte, write-byte, write-word, read-block, write-block, any (may be repeated)",
         [](launch_options& options, const char* text) {
@@ -133,11 +153,11 @@ constexpr option_rule rules[] = {
                 options.refusals.push_back(*refusal);
             return refusal.has_value() && options.refusals.size() <= fault_plan::refusals_max;
         }},
-    {"stuck-slot", "K", "stream slot K, 0 or 1, never becomes free again once it is loaded",
+    {users::both, "stuck-slot", "K", "stream slot K, 0 or 1, never becomes free again once it is loaded",
         [](launch_options& options, const char* text) {
             return store(options.stuck_slot, parse_number(text, 0, 1));
         }},
-    {"no-acknowledge", "K", "stream slot K, 0 or 1, is never acknowledged (nor sent)",
+    {users::both, "no-acknowledge", "K", "stream slot K, 0 or 1, is never acknowledged (nor sent)",
         [](launch_options& options, const char* text) {
             return store(options.unacknowledged_slot, parse_number(text, 0, 1));
         }},
@@ -145,23 +165,65 @@ constexpr option_rule rules[] = {
 constexpr int help_value = std::size(rules);
 constexpr int version_value = help_value + 1;
 
-std::vector<option> long_options()
+bool has(front_end program, const option_rule& rule)
+{
+    return rule.of != (program == front_end::launcher ? users::adapter : users::launcher);
+}
+
+std::vector<option> long_options(front_end program)
 {
     std::vector<option> all;
-    for (int value = 0; const option_rule& rule : rules)
-        all.push_back({rule.name, required_argument, nullptr, value++});
+    for (int value = 0; const option_rule& rule : rules) {
+        if (has(program, rule))
+            all.push_back({rule.name, required_argument, nullptr, value});
+        ++value;
+    }
     all.push_back({"help", no_argument, nullptr, help_value});
     all.push_back({"version", no_argument, nullptr, version_value});
     all.push_back({});
     return all;
 }
 
+constexpr const char* launcher_intro =
+    "Usage: epld-emulator [options] -- tsinsertd\n\n"
+    "Runs the daemon on an emulated logic device. The daemon's settings are environment\n"
+    "variables, as on the board. Values in brackets hold where an option is not given.\n\n";
+constexpr const char* launcher_end =
+    "Exit status: 0 when the run was sound, 1 when it was not (the summary says why), 2 when there\n"
+    "was no run. A run is sound when the daemon was still at work at its end (or the output is on\n"
+    "Ethernet), did nothing wrong towards the device, every table and every service was seen at\n"
+    "its rate, and nothing that left the board was broken.\n";
+
+constexpr const char* adapter_intro =
+    "Usage: epld-adapter [options]\n\n"
+    "Puts the emulated logic device on an I2C bus of this kernel, /dev/i2c-N, behind a USB adapter\n"
+    "that the kernel's drivers vhci_hcd and i2c-tiny-usb serve, until it is interrupted. Values in\n"
+    "brackets hold where an option is not given.\n\n";
+constexpr const char* adapter_end =
+    "On standard input it takes commands, a line each:\n\n"
+    "  unplug, plug          take the adapter from the kernel, and give it back\n"
+    "  absent, present       nobody answers at the device's address, and it answers again\n"
+    "  stuck, free           the device takes up no more loads, and takes them up again\n\n"
+    "Exit status: 0 when the run was sound, 1 when it was not (the summary says why), 2 when there\n"
+    "was no run. A run is sound when the daemon did nothing wrong towards the device, every table\n"
+    "and every service was seen at its rate, and nothing that left the board was broken. Each\n"
+    "programming of the tables begins anew.\n";
+
+void take_command(launch_options& options, front_end program, std::span<char*> rest)
+{
+    options.command.assign(rest.begin(), rest.end());
+    if (program == front_end::launcher && rest.empty())
+        options.error = "which daemon? Put it at the end: epld-emulator [options] -- tsinsertd";
+    if (program == front_end::adapter && !rest.empty())
+        options.error = std::string("what is \"") + rest.front() + "\"? It runs no program";
+}
+
 } // namespace
 
-launch_options parse_command_line(int argc, char** argv)
+launch_options parse_command_line(front_end program, int argc, char** argv)
 {
     launch_options options;
-    const std::vector<option> known = long_options();
+    const std::vector<option> known = long_options(program);
     opterr = 0;
     optind = 0; // begin anew, whatever was read before (getopt_long(3), NOTES)
     for (int value = 0; (value = getopt_long(argc, argv, "+h", known.data(), nullptr)) != -1;) {
@@ -179,20 +241,19 @@ launch_options parse_command_line(int argc, char** argv)
             return options;
         }
     }
-    options.command.assign(argv + optind, argv + argc);
-    if (options.command.empty())
-        options.error = "which daemon? Put it at the end: epld-emulator [options] -- tsinsertd";
+    take_command(options, program,
+        std::span(argv, static_cast<std::size_t>(argc)).subspan(static_cast<std::size_t>(optind)));
     return options;
 }
 
-std::string help_text()
+std::string help_text(front_end program)
 {
-    std::string text =
-        "Usage: epld-emulator [options] -- tsinsertd\n\n"
-        "Runs the daemon on an emulated logic device. The daemon's settings are environment\n"
-        "variables, as on the board. Values in brackets hold where an option is not given.\n\n";
+    const bool launcher = program == front_end::launcher;
+    std::string text = launcher ? launcher_intro : adapter_intro;
     constexpr std::size_t column = 24;
     for (const option_rule& rule : rules) {
+        if (!has(program, rule))
+            continue;
         std::string head = std::string("  --") + rule.name + " " + rule.argument;
         head.resize(std::max(head.size() + 1, column), ' ');
         text += head;
@@ -206,8 +267,5 @@ std::string help_text()
     return text
         + "  --help                this text\n"
           "  --version             which version this is\n\n"
-          "Exit status: 0 when the run was sound, 1 when it was not (the summary says why), 2 when there\n"
-          "was no run. A run is sound when the daemon was still at work at its end (or the output is on\n"
-          "Ethernet), did nothing wrong towards the device, every table and every service was seen at\n"
-          "its rate, and nothing that left the board was broken.\n";
+        + (launcher ? launcher_end : adapter_end);
 }

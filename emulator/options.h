@@ -12,6 +12,12 @@ struct clock_change {
     std::int64_t by_s = 0; ///< forward, or negative: back
 };
 
+/// The programs that read a command line by these rules.
+enum class front_end : std::uint8_t {
+    launcher, ///< epld-emulator: runs the daemon with the device beneath it
+    adapter,  ///< epld-adapter: puts the device on a bus of the kernel
+};
+
 /// What the command line of the emulator asks for.
 struct launch_options {
     bool help = false;
@@ -22,7 +28,7 @@ struct launch_options {
     std::string resources;        ///< folder; empty: none
     std::int64_t start_s = -1;    ///< seconds since the epoch; negative: now
     clock_change clock_set{};
-    std::int64_t duration_s = 0; ///< 0: that of the encoder stream, or a minute
+    std::int64_t duration_s = 0; ///< 0: that of the encoder stream, or what the front end takes for it
     bool real_time = false;
     std::int64_t packet_rate = 1000;     ///< packets per second that the device can send
     std::int64_t bus_clock_hz = 100'000; ///< 0: transfers take no time
@@ -36,8 +42,8 @@ struct launch_options {
     std::vector<char*> command; ///< the daemon and its arguments; points into `argv`
 };
 
-/// Reads the command line. What is wrong with it is said in `error`.
-launch_options parse_command_line(int argc, char** argv);
+/// Reads the command line of a program. What is wrong with it is said in `error`.
+launch_options parse_command_line(front_end program, int argc, char** argv);
 
 /// The text of --help.
-std::string help_text();
+std::string help_text(front_end program);

@@ -25,7 +25,7 @@ void add_end(std::string& text, const emulation& run, const daemon_end& end)
 void add_packets(std::string& text, const emulation& run)
 {
     text += "\n  PID   packets   bit rate   counter errors\n";
-    const double time_s = static_cast<double>(run.now_ns) / second_ns;
+    const double time_s = static_cast<double>(run.now_ns - run.counting_since_ns) / second_ns;
     for (std::size_t pid = 0; pid < stream_statistics::pids - 1; ++pid) {
         const pid_statistics& counted = run.statistics.by_pid[pid];
         if (counted.packets == 0)
@@ -60,8 +60,9 @@ void add_requests(std::string& text, const emulation& run)
             text += printed(" %llu %s,", static_cast<unsigned long long>(run.faults.requests[kind]),
                 name_of(static_cast<request_kind>(kind)).data());
     text += printed(" %.3f s on the wire\n", static_cast<double>(run.bus_ns) / second_ns);
-    text += printed("clock: read %llu times, %llu sleeps\n",
-        static_cast<unsigned long long>(run.clock_readings), static_cast<unsigned long long>(run.sleeps));
+    if (run.daemon != 0) // only a daemon of ours can be seen to look at the clock
+        text += printed("clock: read %llu times, %llu sleeps\n",
+            static_cast<unsigned long long>(run.clock_readings), static_cast<unsigned long long>(run.sleeps));
     if (run.refused_requests != 0)
         text += printed("bus: %llu requests refused as asked for\n",
             static_cast<unsigned long long>(run.refused_requests));
@@ -69,15 +70,27 @@ void add_requests(std::string& text, const emulation& run)
 
 } // namespace
 
+std::string traffic(const emulation& run)
+{
+    std::string text;
+    add_packets(text, run);
+    add_tables(text, run);
+    add_requests(text, run);
+    return text;
+}
+
+std::string verdict_text(const std::vector<std::string>& faults)
+{
+    std::string text;
+    for (const std::string& fault : faults)
+        text += "FAULT: " + fault + "\n";
+    return text + "\nThe run was " + (faults.empty() ? "sound" : "NOT sound") + ".\n";
+}
+
 std::string summary(const emulation& run, const daemon_end& end)
 {
     std::string text;
     add_end(text, run, end);
-    add_packets(text, run);
-    add_tables(text, run);
-    add_requests(text, run);
-    const auto faults = faults_of(run, end);
-    for (const std::string& fault : faults)
-        text += "FAULT: " + fault + "\n";
-    return text + "\nThe run was " + (faults.empty() ? "sound" : "NOT sound") + ".\n";
+    text += traffic(run);
+    return text + verdict_text(faults_of(run, end));
 }

@@ -204,11 +204,12 @@ void require_tables(fault_list& faults, const emulation& run)
 
 } // namespace
 
-std::vector<std::string> faults_of(const emulation& run, const daemon_end& end)
+std::vector<std::string> faults_of(const emulation& run, const std::optional<daemon_end>& end)
 {
     fault_list faults;
     add_violations(faults, run.device);
-    add_end(faults, run, end);
+    if (end.has_value())
+        add_end(faults, run, *end);
     add_stream_faults(faults, run);
     if (run.device.inserting_since_us >= 0)
         require_tables(faults, run);

@@ -2,6 +2,7 @@
 
 #include "emulation.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,8 +15,8 @@ struct daemon_end {
 /// end, or had nothing to do because the output is on Ethernet. It did nothing wrong towards the device,
 /// switched insertion on, and every table that a receiver needs has come at its rate: PAT, NIT, SDT, EIT, the
 /// PMT of each program, TDT and TOT, and the subtitles that the PMTs announce. Nothing that left the board
-/// was broken.
-std::vector<std::string> faults_of(const emulation& run, const daemon_end& end);
+/// was broken. Without an `end`, when the daemon is no child of the emulator, how it ended does not count.
+std::vector<std::string> faults_of(const emulation& run, const std::optional<daemon_end>& end);
 
 /// Whether the daemon was at work when the run ended.
 bool was_at_work(const emulation& run, const daemon_end& end);

@@ -5,7 +5,7 @@
 
 namespace {
 
-launch_options parse(std::vector<std::string> words)
+launch_options parse(std::vector<std::string> words, front_end program = front_end::launcher)
 {
     static std::vector<std::string> kept; // what the result points to
     kept = std::move(words);
@@ -13,7 +13,7 @@ launch_options parse(std::vector<std::string> words)
     for (std::string& word : kept)
         argv.push_back(word.data());
     argv.push_back(nullptr);
-    return parse_command_line(static_cast<int>(kept.size()) + 1, argv.data());
+    return parse_command_line(program, static_cast<int>(kept.size()) + 1, argv.data());
 }
 
 } // namespace

@@ -102,7 +102,7 @@ struct inserting_run {
     [[nodiscard]] std::string faults() const
     {
         std::string text;
-        for (const std::string& fault : faults_of(*run, {}))
+        for (const std::string& fault : faults_of(*run, daemon_end{}))
             text += fault + ";";
         return text;
     }
