@@ -117,7 +117,7 @@ constexpr option_rule rules[] = {
     {users::launcher, "duration", "TIME",
         "how long to run, as 90, 90s, 15m or 10h (the encoder stream's length, or 60s)", read_duration},
     {users::adapter, "duration", "TIME",
-        "how long to run, as 90, 90s, 15m or 10h (the encoder stream's length, or until it is stopped)",
+        "how long to run, as 90, 90s, 15m or 10h (the encoder stream's length, or until it is\nstopped)",
         read_duration},
     {users::launcher, "clock", "KIND",
         "virtual: time passes only in sleeps and on the bus; real: as it does (virtual)",
