@@ -205,10 +205,9 @@ bool set_absent(adapter_run& state, bool absent)
     return true;
 }
 
-/// The daemon loads the stream slots in turn, so that it waits for any one of them.
 bool set_stuck(adapter_run& state, bool stuck)
 {
-    state.run->device.unacknowledged_slot = stuck ? 0 : epld_model::none;
+    state.run->device.unacknowledged_slot = stuck ? epld_model::every : epld_model::none;
     return true;
 }
 

@@ -51,11 +51,17 @@ bool injected_failure(epld_model& device)
     return true;
 }
 
+bool is_taken_up(const epld_model& device, std::uint32_t index)
+{
+    return device.unacknowledged_slot != epld_model::every
+        && device.unacknowledged_slot != stream_number(device, index);
+}
+
 bool waits_to_be_sent(const epld_model& device, std::uint32_t index)
 {
     const std::uint8_t type = slot_at(device, index).type;
     return is_kind(type, slot_kind::loaded_stream) && (type & acknowledged_slot_bit) == 0
-        && stream_number(device, index) != device.unacknowledged_slot;
+        && is_taken_up(device, index);
 }
 
 /// The loaded stream slot that comes next behind the one sent last, or none.

@@ -42,7 +42,8 @@ struct epld_model {
     static constexpr std::uint32_t memory_size = 6144;
     static constexpr std::size_t slots_max = 64;
     static constexpr std::int64_t never = std::numeric_limits<std::int64_t>::max();
-    static constexpr std::uint32_t none = 255; ///< no slot
+    static constexpr std::uint32_t none = 255;  ///< no slot
+    static constexpr std::uint32_t every = 254; ///< every slot
 
     bool new_generation = true;
     std::array<std::uint8_t, memory_size> memory{};
@@ -55,7 +56,7 @@ struct epld_model {
     /// Faults to play. Streams slots count from 0 in header-table order.
     std::int64_t requests_until_fault = never; ///< requests that succeed before one fails
     std::uint32_t stuck_slot = none;           ///< this stream slot stays busy for ever
-    std::uint32_t unacknowledged_slot = none;  ///< this stream slot is never taken up
+    std::uint32_t unacknowledged_slot = none;  ///< this stream slot, or every one, is never taken up
 
     /// What the device is at.
     std::array<std::int64_t, slots_max> table_due_us{}; ///< next repetition of each table slot
