@@ -304,7 +304,7 @@ articles_scene() {
     first=$(property MainPID)
     sed -i 's,</price>,<price>,' "$resources/infostv.xml"
     report "$(printf '[%12s] a broken file' "$(uptime_s)")"
-    journal_says 'BROKEN' 60
+    journal_says 'error: the file is not well-formed' 60
     journal_says 'changes are broken'
     holds "the daemon is the same process" eval "is_on_air && [ \"\$(property MainPID)\" = $first ]"
     let_run 3

@@ -35,8 +35,10 @@ need_root() {
     [ ! -d "$root" ] || return 0
     say "unpacking Debian's libraries for $processor ($root.log)"
     mkdir -p build
-    unpack_root "$root" libcairo2-dev,libexpat1-dev,libgtest-dev,libgmock-dev,libpng-dev,libfontconfig-dev,nlohmann-json3-dev,libstdc++6 \
-        >"$root.log" 2>&1 || fail "mmdebstrap could not make $root (the reasons: $root.log)"
+    local needed=(libcairo2-dev libexpat1-dev libfontconfig-dev nlohmann-json3-dev libcpp-httplib-dev libstdc++6
+        libgtest-dev libgmock-dev libpng-dev)
+    unpack_root "$root" "$(IFS=,; echo "${needed[*]}")" >"$root.log" 2>&1 ||
+        fail "mmdebstrap could not make $root (the reasons: $root.log)"
 }
 
 # One run on the device. Its record, stream and output stay in the folder, named after the run. What stands
