@@ -23,7 +23,8 @@ need_packages "${build_packages[@]}" git dpkg-dev debhelper lintian devscripts
 version=$(sed -n 's/^project(tsinsertd VERSION \([^ ]*\).*/\1/p' CMakeLists.txt)
 [ "$(dpkg-parsechangelog -S Version)" = "$version" ] || fail "debian/changelog does not begin with $version"
 [ "$(sed -n 's/^## //p' CHANGELOG.md | head -n 1)" = "$version" ] || fail "CHANGELOG.md does not begin with $version"
-tags=$(git tag --points-at HEAD)
+commit=$(git rev-parse HEAD) # somebody may commit while it builds
+tags=$(git tag --points-at "$commit")
 [ -z "$tags" ] || grep -qxF "v$version" <<<"$tags" || fail "the commit is $version, but tagged $tags"
 git diff --quiet HEAD || say "what is not committed is left out"
 
@@ -35,7 +36,7 @@ build_in() {
     local place=$1/tsinsertd-$version log=$PWD/out/packages.log
     shift
     mkdir -p "$place" out
-    git archive HEAD | tar -x -C "$place"
+    git archive "$commit" | tar -x -C "$place"
     if ! (cd "$place" && "$@" dpkg-buildpackage -b -uc -us) >"$log" 2>&1; then
         grep -E -A 12 'error:|FAILED|CMake Error|Unmet|Failure' "$log" | head -n 60 >&2 || tail -n 40 "$log" >&2
         fail "the packages do not build (all of it: $log)"
