@@ -339,6 +339,7 @@ watchdog_scene() {
 read_only_scene() {
     plug_device
     journalctl --relinquish-var # the journal writes to the root
+    mount -t tmpfs tmpfs /tmp     # as wherever the root is read-only: there systemd prepares the unit's /dev
     holds "the root can be mounted read-only" mount -o remount,ro /
     systemctl start tsinsertd.service || fault "the unit does not start on a read-only root"
     comes_on_air 1
@@ -347,6 +348,7 @@ read_only_scene() {
     end_device
     stop_daemon
     mount -o remount,rw /
+    umount /tmp
 }
 
 removal_scene() {
