@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Builds everything with the address and undefined-behaviour sanitizers and runs all tests; checks the format
 # of all files and lints those that changed last; looks whether the documents are marked for
-# scripts/test-docs.sh; builds everything with clang and runs each fuzz target for three seconds. Installs
-# what is missing (Debian packages).
+# scripts/test-docs.sh; builds everything but the preview with clang and runs each fuzz target for three
+# seconds. Installs what is missing (Debian packages).
 # Usage: scripts/test.sh [arguments of ctest, for a part of the tests only]
 . "$(dirname "$0")/common.sh"
 
