@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <set>
+#include <span>
 #include <string_view>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -95,9 +96,10 @@ const std::vector<std::size_t>& articles_of(const shop_files& files, const std::
     return found == files.hosts.end() ? none : found->second;
 }
 
-auto catalogue_of(const shop_files& files, const std::string& code)
+std::span<const article_element> catalogue_of(const shop_files& files, const std::string& code)
 {
-    return std::ranges::equal_range(files.catalogue, code, {}, &article_element::code);
+    return {std::ranges::lower_bound(files.catalogue, code, {}, &article_element::code),
+        std::ranges::upper_bound(files.catalogue, code, {}, &article_element::code)};
 }
 
 source_position in_file(const file_bytes& file, const file_place& place)
