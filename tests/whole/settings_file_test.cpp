@@ -31,7 +31,7 @@ const struct {
     {R"("a\"b\\c\$d\`e\n")", R"(a"b\c$d`e\n)"},
     {"$HOME `pwd` $(pwd) * \\", "$HOME `pwd` $(pwd) * \\"},
     {"\"blanks \" \t# and a remark", "blanks "},
-    {"no #remark \t\r", "no #remark"},
+    {"no#remark \t\r", "no#remark"},
     {"", ""},
 };
 
@@ -45,6 +45,15 @@ TEST(SettingsFile, PassesAnyByte)
         const std::string file = write_file(folder, "settings", "PREF_A=" + written);
         EXPECT_EQ(loaded(file, "PREF_A"), value + "\n") << written;
     }
+}
+
+TEST(SettingsFile, SaysThatARemarkBelongsToAValueWithoutQuotes)
+{
+    const temporary_folder folder;
+    const std::string file = write_file(folder, "settings", "\nPREF_A=true # on\n");
+    EXPECT_EQ(loaded(file, "PREF_A"),
+        "with-settings: " + file
+            + ", line 2 has no quotes: what looks like a remark belongs to the value\ntrue # on\n");
 }
 
 TEST(SettingsFile, IsTakenWithoutTheLinesThatAreNoSettings)
