@@ -306,6 +306,7 @@ int main(int argc, char** argv)
 {
     keep_standard_streams();
     std::signal(SIGPIPE, SIG_IGN); // a player that ends is said to be a fault of the output
+    std::signal(SIGTTIN, SIG_IGN); // in a terminal's background it runs on, without commands
     const launch_options options = parse_command_line(front_end::adapter, argc, argv);
     if (const auto status = status_without_run(front_end::adapter, options))
         return *status;

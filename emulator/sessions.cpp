@@ -2,6 +2,7 @@
 
 #include "report.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -39,6 +40,14 @@ void count_anew(emulation& run)
     run.statistics.table_count = 0;
 }
 
+/// A fault of the whole run, such as an output that is incomplete, is found in each of its sessions.
+void add_new(std::vector<std::string>& faults, const std::vector<std::string>& found)
+{
+    for (const std::string& fault : found)
+        if (std::find(faults.begin(), faults.end(), fault) == faults.end())
+            faults.push_back(fault);
+}
+
 std::string headline(const session& ended)
 {
     return printed("tables programmed anew: before, from %.3f s to %.3f s, the run was %s\n",
@@ -61,9 +70,8 @@ std::vector<std::string> faults_of(const emulation& run, const session_log& log)
 {
     std::vector<std::string> faults;
     for (const session& ended : log.ended)
-        faults.insert(faults.end(), ended.faults.begin(), ended.faults.end());
-    const auto last = faults_of(run, std::nullopt);
-    faults.insert(faults.end(), last.begin(), last.end());
+        add_new(faults, ended.faults);
+    add_new(faults, faults_of(run, std::nullopt));
     return faults;
 }
 

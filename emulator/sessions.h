@@ -24,8 +24,8 @@ struct session_log {
 /// insertion has been on in it.
 void follow_sessions(session_log& log, emulation& run, const bus_transfer& transfer);
 
-/// What is wrong with the session that lasts, and with those before it; none when all are sound. The
-/// daemon of the last one has to be at work still.
+/// What is wrong with the session that lasts, and with those before it, each fault once; none when all
+/// are sound. The daemon of the last one has to be at work still.
 std::vector<std::string> faults_of(const emulation& run, const session_log& log);
 
 /// The summary for people to read: each session that has ended in a line, the traffic of the last one in

@@ -1,5 +1,6 @@
 #include "usb_adapter.h"
 
+#include <cerrno>
 #include <gmock/gmock.h>
 #include <memory>
 
@@ -133,4 +134,10 @@ TEST(UsbAdapter, JudgesEachProgrammingByItself)
     EXPECT_EQ(device.run->statistics.by_pid[20].counter_errors, 0U);
     EXPECT_THAT(faults_of(*device.run, device.bus.sessions),
         ElementsAre("continuity counter broken on PID 20, 1 times"));
+    device.run->record.error = ENOSPC;
+    ASSERT_TRUE(program_without_a_slot());
+    EXPECT_THAT(faults_of(*device.run, device.bus.sessions),
+        ElementsAre("continuity counter broken on PID 20, 1 times",
+            "an output file is incomplete: No space left on device"))
+        << "that of the whole run is told once";
 }
