@@ -83,6 +83,7 @@ check_marks() {
     for page in "${pages[@]}"; do
         script_of "$page" >/dev/null || bad=yes
         ! LC_ALL=C.UTF-8 grep -nE '^.{121,}$' "$page" | sed "s|^|$page:|; s|\$| (over 120 characters)|" | grep . || bad=yes
+        ! grep -nE '@[A-Z][A-Z0-9_]*@|\| [A-Z0-9]+_[A-Z0-9_]+ \|' "$page" | sed "s|^|$page:|; s|\$| (to be filled in)|" | grep . || bad=yes
         while read -r link; do
             [ -e "$(dirname "$page")/$link" ] || { echo "$page: there is no $link"; bad=yes; }
         done < <(links_of "$page")
