@@ -48,6 +48,7 @@ build_in "$work" env DEB_BUILD_OPTIONS="$options"
 rm -rf out/packages
 mkdir -p out/packages
 cp "$work"/*.deb "$work"/*.changes "$work"/*.buildinfo out/packages
+echo "$commit" >out/packages/commit
 
 say "lintian"
 user=()
@@ -59,7 +60,7 @@ say "hardening"
 for package in out/packages/tsinsertd*_"$version"_*.deb; do
     dpkg-deb -x "$package" "$work/installed"
 done
-for program in "$work"/installed/usr/{sbin/tsinsertd,bin/*}; do
+for program in "$work"/installed/usr/{sbin/tsinsertd,bin/*,lib/tsinsertd/*.so}; do
     # Control flow is protected where the C library's part of every program is, which Debian 12 has not.
     hardening-check --quiet --nocfprotection "$program" || fail "$program lacks what is said above"
 done
