@@ -17,8 +17,10 @@ if [ $# -gt 0 ]; then
     scenes=(install "$@")
 fi
 
-need_packages qemu-system-x86 mmdebstrap genext2fs e2fsprogs tshark
-[ "$packages" != out/packages ] || compgen -G "$packages/tsinsertd_*.deb" >/dev/null || scripts/build-packages.sh --quick
+need_packages git qemu-system-x86 mmdebstrap genext2fs e2fsprogs tshark
+if [ "$packages" = out/packages ] && [ "$(cat "$packages/commit" 2>/dev/null)" != "$(git rev-parse HEAD)" ]; then
+    scripts/build-packages.sh --quick
+fi
 compgen -G "$packages/tsinsertd_*.deb" >/dev/null || fail "there are no packages in $packages"
 mkdir -p "$work"
 
@@ -27,7 +29,7 @@ needed_packages() {
     local all
     all=$(for package in "$packages"/*.deb; do dpkg-deb --field "$package" Depends; done |
         tr ',' '\n' | sed 's/|.*//; s/(.*//; s/ //g' | grep -v '^tsinsertd' | sort -u | paste -s -d ,)
-    echo "linux-image-amd64,initramfs-tools,systemd-sysv,udev,dbus,kmod,procps,i2c-tools,$all"
+    echo "linux-image-amd64,initramfs-tools,systemd-sysv,udev,dbus,kmod,procps,$all"
 }
 
 # Starts the scenes when all else has been started, and ends the machine.
@@ -72,11 +74,13 @@ make_root() {
     resize2fs "$work/root.ext2" >>"$work/root.log" 2>&1
 }
 
+# What the root is made of, and how.
 needed=$(needed_packages)
-if [ "$(cat "$work/root.packages" 2>/dev/null)" != "$needed" ]; then
+recipe="$needed $(echo "$board_unit $(declare -f make_root)" | sha256sum)"
+if [ "$(cat "$work/root.recipe" 2>/dev/null)" != "$recipe" ]; then
     say "making the root of the machine ($work/root.log)"
     make_root "$needed" || fail "could not make the root of the machine: $(tail -n 3 "$work/root.log")"
-    echo "$needed" >"$work/root.packages"
+    echo "$recipe" >"$work/root.recipe"
 fi
 
 share=$work/share
