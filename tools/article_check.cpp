@@ -95,7 +95,8 @@ void report_overrun(
             .at = check.places[field_of(expected.name)],
             .region = expected.name,
             .what = formatted("the text is cut: it is %.0f pixels too %s", std::ceil(pixels), direction),
-            .advice = "write less, or choose a smaller size or a larger region in the layout"});
+            .advice = "write less, or choose a smaller size or a larger region in the layout",
+            .same = direction});
 }
 
 void check_ink(article_check& check, const expected_region& expected)
@@ -152,7 +153,8 @@ void check_text(article_check& check, const expected_region& expected)
             .at = at,
             .region = expected.name,
             .what = formatted("the text of %zu bytes is cut at %zu", text.size(), text_limit_bytes),
-            .advice = "write less"});
+            .advice = "write less",
+            .same = "long"});
     const source_position layout_at = text_position(check.context.places, expected.name);
     if (expected.layout->font == nullptr)
         return check.findings.push_back({.level = severity::error,
@@ -295,7 +297,8 @@ void check_label(article_check& check, const feature_icon& icon, int width, int 
             .region = "banner",
             .what = formatted("\"%s\" is cut: it is %.0f pixels too wide for its icon", label.c_str(),
                 std::ceil(*end - banner_box.width)),
-            .advice = "write less, such as 32\""});
+            .advice = "write less, such as 32\"",
+            .same = "wide"});
     check_characters(check, at, "banner", label_font, label);
 }
 

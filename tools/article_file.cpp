@@ -306,7 +306,8 @@ void check_first_piece(article_reader& reader)
                     on_one_line(*text.kept).c_str(), line.c_str(), text.cause.c_str()),
             .advice = plain
                 ? formatted("write <%s>%s</%s>, in one piece", name.c_str(), line.c_str(), name.c_str())
-                : formatted("write <%s><![CDATA[%s]]></%s>", name.c_str(), line.c_str(), name.c_str())});
+                : formatted("write <%s><![CDATA[%s]]></%s>", name.c_str(), line.c_str(), name.c_str()),
+            .same = trimmed(*text.kept).empty() ? "box" : "part"});
 }
 
 /// Another word leaves the icon out, which is often meant so.
@@ -346,7 +347,8 @@ void check_ovu(article_reader& reader)
                 .kind = "wrong-host",
                 .what = formatted("the host counts as \"%s\", not as \"%s\": the article is shown nowhere",
                     reader.article->host.c_str(), meant.c_str()),
-                .advice = formatted("write <ovu>%s</ovu>, on one line and without blanks", meant.c_str())});
+                .advice = formatted("write <ovu>%s</ovu>, on one line and without blanks", meant.c_str()),
+                .same = "host"});
 }
 
 void check_number(article_reader& reader)

@@ -11,6 +11,11 @@ enum class severity : std::uint8_t {
     error,   ///< viewers see something broken, wrong or nothing, or the daemon does not start
 };
 
+constexpr const char* name_of(severity level)
+{
+    return level == severity::error ? "error" : level == severity::warning ? "warning" : "note";
+}
+
 /// A place in a file; columns count characters. Without a line it is the whole file, without a file none.
 struct source_position {
     std::string file{};     ///< path
@@ -31,6 +36,7 @@ struct finding {
     std::string region{};     ///< of the layout, or "banner"; empty: none
     std::string what{};       ///< what viewers will see, one sentence without its full stop
     std::string advice{};     ///< what to write or do instead; may be empty
+    std::string same{};       ///< what findings of one kind share whose words differ; empty: their words
 };
 
 using finding_list = std::vector<finding>;

@@ -7,8 +7,9 @@ namespace {
 finding_groups::key key_of(const finding& found)
 {
     const bool is_one_place = found.article.empty() && found.screen == 0;
-    return {-static_cast<int>(found.level), found.at.file, found.kind, found.region, found.what, found.advice,
-        is_one_place ? found.at.line : 0, is_one_place ? found.at.column : 0};
+    return {-static_cast<int>(found.level), found.at.file, found.kind, found.region,
+        found.same.empty() ? found.what + "\n" + found.advice : found.same, is_one_place ? found.at.line : 0,
+        is_one_place ? found.at.column : 0};
 }
 
 void count_finding(finding_count& count, severity level, std::uint64_t times)
@@ -28,13 +29,15 @@ finding_group* group_of(finding_groups& all, const finding& added)
     const auto found = all.groups.find(key);
     if (found != all.groups.end())
         return &found->second;
-    if (all.groups.size() >= finding_groups_max)
+    if (all.kinds[added.kind] >= finding_groups_max)
         return nullptr;
+    ++all.kinds[added.kind];
     return &all.groups.emplace(std::move(key), finding_group{.first = added}).first->second;
 }
 
 void add_place(finding_group& group, finding_place place)
 {
+    group.is_of_hosts = group.is_of_hosts || place.host != group.first.host;
     if (group.places.size() < finding_places_max)
         group.places.push_back(std::move(place));
 }

@@ -18,11 +18,12 @@ struct finding_place {
     std::uint32_t screen = 0;
 };
 
-/// Findings that say the same of the same file and region.
+/// Findings of one kind that say the same of the same file and region.
 struct finding_group {
     finding first{};
     std::vector<finding_place> places{}; ///< the first ones
     std::uint64_t count = 0;
+    bool is_of_hosts = false; ///< of several ones
 };
 
 /// How many findings there are of each severity.
@@ -32,19 +33,20 @@ struct finding_count {
     std::uint64_t notes = 0;
 };
 
-/// What all checks together have found. Its size has a limit, whatever is added: groups and their places
-/// beyond theirs are only counted.
+/// What all checks together have found. Its size has a limit, whatever is added: groups of a kind and
+/// their places beyond theirs are only counted.
 struct finding_groups {
-    /// Severity (the gravest first), file, kind, region, what, advice; and, of a finding about no article,
+    /// Severity (the gravest first), file, kind, region, what they share; and, of a finding about no article,
     /// line and column.
-    using key = std::tuple<int, std::string, std::string, std::string, std::string, std::string,
-        std::uint32_t, std::uint32_t>;
+    using key =
+        std::tuple<int, std::string, std::string, std::string, std::string, std::uint32_t, std::uint32_t>;
     std::map<key, finding_group> groups{};
+    std::map<std::string, std::size_t> kinds{}; ///< groups of each
     finding_count count{};
     std::uint64_t unlisted = 0; ///< findings for which there was no group left
 };
 
-inline constexpr std::size_t finding_groups_max = 2000;
+inline constexpr std::size_t finding_groups_max = 100; ///< of one kind
 inline constexpr std::size_t finding_places_max = 20;
 
 void add_finding(finding_groups& all, const finding& added);

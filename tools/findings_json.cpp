@@ -1,5 +1,7 @@
 #include "findings_json.h"
 
+#include "finding_json.h"
+
 #include <nlohmann/json.hpp>
 
 namespace {
@@ -8,7 +10,6 @@ using nlohmann::json;
 using nlohmann::ordered_json;
 
 constexpr int format_version = 1;
-constexpr const char* severity_names[] = {"note", "warning", "error"};
 
 ordered_json json_of(const finding_place& place)
 {
@@ -18,14 +19,12 @@ ordered_json json_of(const finding_place& place)
 
 ordered_json json_of(const finding_group& group)
 {
-    const finding& first = group.first;
-    ordered_json places = ordered_json::array();
+    ordered_json object = json_of(group.first);
+    object["count"] = group.count;
+    object["places"] = ordered_json::array();
     for (const finding_place& place : group.places)
-        places.push_back(json_of(place));
-    return {{"severity", severity_names[static_cast<std::size_t>(first.level)]}, {"kind", first.kind},
-        {"file", first.at.file}, {"line", first.at.line}, {"column", first.at.column},
-        {"article", first.article}, {"host", first.host}, {"screen", first.screen}, {"region", first.region},
-        {"what", first.what}, {"advice", first.advice}, {"count", group.count}, {"places", places}};
+        object["places"].push_back(json_of(place));
+    return object;
 }
 
 ordered_json json_of(const check_summary& summary, const finding_groups& findings)
@@ -51,9 +50,9 @@ std::string text_of(const ordered_json& object, int indent)
 
 severity severity_of(const std::string& name)
 {
-    return name == severity_names[2] ? severity::error
-        : name == severity_names[1]  ? severity::warning
-                                     : severity::note;
+    return name == name_of(severity::error)  ? severity::error
+        : name == name_of(severity::warning) ? severity::warning
+                                             : severity::note;
 }
 
 finding_group group_of(const json& object)
@@ -67,7 +66,8 @@ finding_group group_of(const json& object)
             .screen = object["screen"],
             .region = object["region"],
             .what = object["what"],
-            .advice = object["advice"]},
+            .advice = object["advice"],
+            .same = object["same"]},
         .count = object["count"]};
     for (const json& place : object["places"])
         group.places.push_back({.line = place["line"],

@@ -1,5 +1,6 @@
 #include "page.h"
 
+#include "finding_json.h"
 #include "formatted.h"
 #include "nit_sdt.h"
 #include "page_files.h"
@@ -15,9 +16,7 @@ namespace {
 
 using nlohmann::ordered_json;
 
-constexpr const char* severity_names[] = {"note", "warning", "error"};
-
-/// Pictures
+// Pictures
 
 std::string base64(std::string_view bytes)
 {
@@ -116,14 +115,6 @@ ordered_json json_of_screens(const page_content& content)
 
 // What belongs to all screens
 
-ordered_json json_of(const finding& found)
-{
-    return {{"severity", severity_names[static_cast<std::size_t>(found.level)]}, {"kind", found.kind},
-        {"file", found.at.file}, {"line", found.at.line}, {"column", found.at.column},
-        {"article", found.article}, {"screen", found.screen}, {"region", found.region}, {"what", found.what},
-        {"advice", found.advice}};
-}
-
 /// A file that is not used as a whole: what is drawn without it is not what its author means.
 bool is_trouble(const finding& found)
 {
@@ -158,12 +149,15 @@ ordered_json json_of_layout(const layout_region* region)
     return regions;
 }
 
-ordered_json json_of_dropped(const page_content& content)
+/// A chain has more of them than anybody reads.
+void put_dropped(ordered_json& page, const page_content& content)
 {
-    ordered_json dropped = ordered_json::array();
-    for (const dropped_article& article : dropped_articles(content.files, content.host))
-        dropped.push_back({{"code", article.code}, {"reason", article.reason}});
-    return dropped;
+    constexpr std::size_t listed_max = 200;
+    const auto dropped = dropped_articles(content.files, content.host);
+    page["dropped"] = ordered_json::array();
+    for (std::size_t i = 0; i < std::min(dropped.size(), listed_max); ++i)
+        page["dropped"].push_back({{"code", dropped[i].code}, {"reason", dropped[i].reason}});
+    page["dropped_total"] = dropped.size();
 }
 
 ordered_json json_of_cycle(const page_content& content)
@@ -201,7 +195,7 @@ std::string page_data(const page_content& content)
         {"dropped_over_forty", content.summary.dropped_over_forty}, {"screens", json_of_screens(content)}};
     put_findings(page, content);
     page["layout"] = json_of_layout(content.state.layout);
-    page["dropped"] = json_of_dropped(content);
+    put_dropped(page, content);
     page["cycle"] = json_of_cycle(content);
     return page.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
 }

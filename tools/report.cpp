@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr const char* severity_names[] = {"note", "warning", "error"};
 constexpr std::size_t report_width = 100;
 constexpr std::size_t articles_named = 5;
 constexpr std::size_t dropped_shown = 20;
@@ -58,12 +57,6 @@ std::string place_text(const finding_place& place, bool with_host)
     return with_host && !place.host.empty() ? article + " on " + place.host : article;
 }
 
-bool is_one_host(const finding_group& group)
-{
-    return std::ranges::all_of(
-        group.places, [&](const finding_place& place) { return place.host == group.first.host; });
-}
-
 /// "article TV1, screen 1, region model", or how many articles and which.
 std::string subject_text(const finding_group& group)
 {
@@ -72,12 +65,12 @@ std::string subject_text(const finding_group& group)
     if (group.count > 1) {
         text = counted(group.count, "time") + ": ";
         for (std::size_t i = 0; i < std::min(group.places.size(), articles_named); ++i)
-            text += (i == 0 ? "" : ", ") + place_text(group.places[i], !is_one_host(group));
+            text += (i == 0 ? "" : ", ") + place_text(group.places[i], group.is_of_hosts);
         if (group.count > articles_named)
             text += ", …";
     } else if (!first.article.empty() || first.screen != 0)
         text = "article " + place_text(group.places.front(), false);
-    if (is_one_host(group) && !first.host.empty())
+    if (!group.is_of_hosts && !first.host.empty())
         text += (text.empty() ? "host " : ", host ") + first.host;
     if (group.count == 1 && first.screen != 0)
         text += formatted(", screen %u", first.screen);
@@ -90,9 +83,7 @@ std::string group_report(const finding_group& group)
 {
     const finding& found = group.first;
     std::string text = position_text(found.at)
-        + wrapped(std::string(severity_names[static_cast<std::size_t>(found.level)]) + ": "
-                + printable(found.what.c_str()),
-            4);
+        + wrapped(std::string(name_of(found.level)) + ": " + printable(found.what.c_str()), 4);
     if (!found.advice.empty())
         text += wrapped("    -> " + printable(found.advice.c_str()), 7);
     if (const std::string subject = subject_text(group); !subject.empty())
@@ -189,7 +180,7 @@ std::string findings_report(const finding_groups& findings)
     for (const finding_group* group : sorted_groups(findings))
         text += group_report(*group) + "\n";
     if (findings.unlisted != 0)
-        text += "and " + counted(findings.unlisted, "finding") + " of other kinds that are not listed\n\n";
+        text += "and " + counted(findings.unlisted, "more finding") + ", not listed\n\n";
     return text.empty() ? "" : "Findings\n\n" + text;
 }
 

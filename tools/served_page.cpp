@@ -1,5 +1,6 @@
 #include "served_page.h"
 
+#include "finding_json.h"
 #include "formatted.h"
 
 #include <algorithm>
@@ -14,15 +15,15 @@ ordered_json empty_page()
     return {{"host", ""}, {"folder", ""}, {"background", {{"colour", "#606060"}, {"picture", ""}}},
         {"listed", 0}, {"screens", ordered_json::array()}, {"findings", ordered_json::array()},
         {"trouble", ordered_json::array()}, {"layout", ordered_json::array()},
-        {"dropped", ordered_json::array()}, {"cycle", nullptr}};
+        {"dropped", ordered_json::array()}, {"dropped_total", 0}, {"cycle", nullptr}};
 }
 
 ordered_json trouble_of(const process_end& drawing)
 {
     const std::string why = drawing.failure.empty() ? drawing.messages : drawing.failure;
-    return {{"severity", "error"}, {"kind", "no-preview"}, {"file", ""}, {"line", 0}, {"column", 0},
-        {"article", ""}, {"screen", 0}, {"region", ""}, {"what", "the screens cannot be drawn: " + why},
-        {"advice", ""}};
+    return json_of(finding{.level = severity::error,
+        .kind = "no-preview",
+        .what = "the screens cannot be drawn: " + why.substr(0, why.find_last_not_of('\n') + 1)});
 }
 
 /// A screen that cannot be prepared keeps its last good picture.
@@ -80,9 +81,10 @@ void take_drawing(served_page& page, const process_end& drawing)
 std::string line_about(const served_page& page)
 {
     const ordered_json shown = parsed(page.document);
-    if (!shown["trouble"].empty())
-        return shown["trouble"][0]["file"].get<std::string>() + " "
-            + shown["trouble"][0]["what"].get<std::string>();
+    if (!shown["trouble"].empty()) {
+        const auto file = shown["trouble"][0]["file"].get<std::string>();
+        return (file.empty() ? "" : file + " ") + shown["trouble"][0]["what"].get<std::string>();
+    }
     const auto count = [&](const char* severity) {
         return std::ranges::count_if(
             shown["findings"], [&](const ordered_json& found) { return found["severity"] == severity; });

@@ -162,7 +162,8 @@ void check_channel(finding_list& findings, const item& article, const article_pl
                 ? formatted("the channel %d is no place in the channel list", article.channel)
                 : formatted("the channel %d is out of range: receivers list the service at %u",
                     article.channel, sent_channel(article)),
-            .advice = "write a number from 1 to 1023"});
+            .advice = "write a number from 1 to 1023",
+            .same = sent_channel(article) == 0 ? "none" : "another"});
 }
 
 /// The first article of each channel and of each code.
@@ -184,7 +185,8 @@ void check_doubles(finding_list& findings, first_articles& first, const item& ar
             .what = formatted("channel %u is that of article %s too: receivers list one of them elsewhere, "
                               "or not at all",
                 sent_channel(article), same->second.empty() ? "(no code)" : same->second.c_str()),
-            .advice = "give each article of a host a channel of its own"});
+            .advice = "give each article of a host a channel of its own",
+            .same = "channel"});
     if (!code.empty() && !first.codes.insert(code).second) {
         const bool is_known = !catalogue_of(files, code).empty();
         findings.push_back({.level = is_known ? severity::error : severity::warning,
@@ -210,7 +212,8 @@ void check_number_of_articles(finding_list& findings, const shop_files& files, c
         .article = first_dropped.code,
         .what = formatted("this article and those behind it are not shown: the host has %zu, and %u can be",
             indices.size(), services_max),
-        .advice = "leave articles out, or put those that matter first"});
+        .advice = "leave articles out, or put those that matter first",
+        .same = "articles"});
 }
 
 std::string list_hosts(const shop_files& files)
@@ -306,8 +309,10 @@ std::vector<dropped_article> dropped_articles(const shop_files& files, const std
         dropped.push_back({.code = article.code,
             .reason = article.host.empty() ? "it names no host (ovu)"
                 : article.host == host ? formatted("%u articles of this host stand before it", services_max)
-                                       : formatted("it is for host %s", article.host.c_str())});
+                                       : formatted("it is for host %s", article.host.c_str()),
+            .is_near = article.host.empty() || article.host == host});
     }
+    std::ranges::stable_partition(dropped, &dropped_article::is_near);
     return dropped;
 }
 

@@ -17,6 +17,7 @@
 struct dropped_article {
     std::string code{}; ///< empty when it has none
     std::string reason{};
+    bool is_near = false; ///< of the host in question, or of none
 };
 
 /// The files of a shop, or of a chain of shops, in one folder.
@@ -43,7 +44,8 @@ shop_files read_shop(
 /// Where the articles of a host stand, in their order, and their texts; at most as many as are shown.
 std::vector<article_places> places_of(const shop_files& files, const std::string& host);
 
-/// The articles of the file that are not shown on the host, in its order.
+/// The articles of the file that are not shown on the host: its own and those of none, then the others, each
+/// in the order of the file.
 std::vector<dropped_article> dropped_articles(const shop_files& files, const std::string& host);
 
 /// What is wrong with the articles of a host together: with their channels and codes, and when there are too

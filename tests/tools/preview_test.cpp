@@ -44,6 +44,15 @@ std::string many_articles()
     return articles;
 }
 
+/// All end early, each in its own words.
+std::string many_prices()
+{
+    std::string articles;
+    for (int i = 101; i <= 125; ++i)
+        articles += article("P" + std::to_string(i), "<price>" + std::to_string(i) + " &#8364;</price>");
+    return articles;
+}
+
 struct previewed_shop {
     std::string name; ///< of its report
     std::string articles;
@@ -83,6 +92,7 @@ const previewed_shop shops[] = {
     {"labels", article("A1", "<size>80 cm (32\")</size>") + article("A2", "<hdmi>2</hdmi><usb>1</usb>")},
     {"enormous region", article("A1", "<price>9</price>"),
         R"(<region name="price" width="1000" height="500"><text font="Liberation Sans" size="9"/></region>)"},
+    {"many prices", many_prices(), region("price", R"(width="9O" height="40")"), {}, {{"--all-hosts"}}},
     {"logo that is none", article("A1", "<brand>Bad</brand>"), wide_logo},
     {"malformed files", "<article></a>", "<broken"},
     {"another host", article("B1", "", "stand-2") + article("B2", "", "stand-2"), price_region,

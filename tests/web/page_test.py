@@ -218,6 +218,20 @@ class Page(unittest.TestCase):
             self.assertEqual(self.browser.run("return pictures();"), before)
             self.restore(name, before)
 
+    def test_shows_a_mistake_of_the_layout_at_its_screens(self):
+        before = self.browser.run("return pictures();")
+        self.change("infostv.xml", 'code="TV1001"', 'code="title"')  # as a heading of the page is called
+        self.change("layout.xml", 'backgroundColor="FFFFC20E"', 'backgroundColor="#FFC20E"')
+        self.browser.wait("all('.screen .badge.error').length === 8 && document.getElementById('of-screen-title')")
+        self.browser.run("document.getElementById('of-screen-title').click();")
+        self.assertEqual(self.browser.run("""return [location.hash, document.getElementById('region-price').classList.contains('error'),
+            document.getElementById('screen-findings').textContent.includes('#FFC20E'), all('h2')[0].textContent];"""),
+            ["#article=title", True, True, "Screen 1: Norvane Clarté 22"])
+        self.browser.open(self.url + "#article=%")
+        self.browser.wait("areLoaded() && pictures().length === 8")
+        shutil.copy(pathlib.Path(SAMPLES) / "layout.xml", self.shop)
+        self.restore("infostv.xml", before)
+
     def test_can_be_read_by_everybody(self):
         for scheme in ("light", "dark"):
             self.browser.devtools("Emulation.setEmulatedMedia", features=[{"name": "prefers-color-scheme", "value": scheme}])
@@ -247,9 +261,9 @@ class Page(unittest.TestCase):
             .filter((each) => each.checkVisibility()).map((each) => each.id || each.className);""")
         self.assertEqual(set(reachable) - set(focused), set())
         self.assertEqual([name for name, outline in focused.items() if outline < 2], [])
-        self.browser.run("document.getElementById('screen-TV1001').focus();")
+        self.browser.run("document.getElementById('of-screen-TV1001').focus();")
         self.browser.press(right, right)
-        self.assertEqual(self.browser.run("return [document.activeElement.id, location.hash];"), ["screen-TV1003", "#article=TV1003"])
+        self.assertEqual(self.browser.run("return [document.activeElement.id, location.hash];"), ["of-screen-TV1003", "#article=TV1003"])
 
     def test_refuses_what_is_not_the_page(self):
         port = int(self.url.rsplit(":", 1)[1].strip("/"))

@@ -28,20 +28,24 @@ function svg(name, attributes, ...children) {
 
 /// What a screen is known by when others come or go before it: its code, and a number where a code comes twice.
 const keyOf = (screen) => screen.key;
+const buttonOf = (key) => byId(`of-screen-${key}`);
 
 function giveKeys(screens) {
-  const seen = new Map();
+  const given = new Set([""]);
   for (const screen of screens) {
-    const times = (seen.get(screen.code) ?? 0) + 1;
-    seen.set(screen.code, times);
-    screen.key = screen.code + (times > 1 || screen.code === "" ? `:${times}` : "");
+    screen.key = screen.code;
+    for (let number = 2; given.has(screen.key); ++number) screen.key = `${screen.code}:${number}`;
+    given.add(screen.key);
   }
 }
 
 const chosen = () => page.screens.find((screen) => keyOf(screen) === view.screen);
 const nameOf = (screen) =>
   [screen.brand, screen.model].map((text) => text.trim()).filter(Boolean).join(" ") || "without a name";
-const findingsOf = (screen) => page.findings.filter((found) => found.screen === screen.number);
+/// What is wrong with a region of the layout is wrong on all screens that show the region.
+const isOn = (found, screen) => found.screen === screen.number ||
+  (found.screen === 0 && found.article === "" && screen.regions.some(({ name }) => name === found.region));
+const findingsOf = (screen) => page.findings.filter((found) => isOn(found, screen));
 const worstOf = (findings) => severities.find((each) => findings.some((found) => found.severity === each)) ?? "";
 
 function badges(findings) {
@@ -58,7 +62,7 @@ const placeOf = (found) =>
 function grouped(findings) {
   const groups = new Map();
   for (const found of findings) {
-    const key = JSON.stringify([found.severity, found.file, found.kind, found.region, found.what, found.advice,
+    const key = JSON.stringify([found.severity, found.file, found.kind, found.region, found.same || [found.what, found.advice],
       found.article === "" ? [found.line, found.column] : ""]);
     if (!groups.has(key)) groups.set(key, []);
     groups.get(key).push(found);
@@ -88,9 +92,9 @@ function findingItem(group, id, withScreens) {
       ...screens.map((each, index) => screenButton(each, `${id}-${index}`))));
 }
 
-function drawFindings(list, findings, withScreens) {
+function drawFindings(list, findings, none, withScreens) {
   const items = grouped(findings).map((group, index) => findingItem(group, `${list.id}-${index}`, withScreens));
-  list.replaceChildren(...(items.length > 0 ? items : [element("li", { className: "well", textContent: "None: all is well." })]));
+  list.replaceChildren(...(items.length > 0 ? items : [element("li", { className: "well", textContent: none })]));
 }
 
 // Grounds
@@ -130,7 +134,7 @@ function layGround() {
 // All screens
 
 function setPicture(image, source) {
-  if (image.getAttribute("src") === source) return false;
+  if ((image.getAttribute("src") ?? "") === source && image.hidden === (source === "")) return false;
   if (source === "") image.removeAttribute("src");
   else image.src = source;
   image.hidden = source === "";
@@ -138,7 +142,7 @@ function setPicture(image, source) {
 }
 
 function screenItem(screen) {
-  const button = element("button", { type: "button", className: "screen", id: `screen-${keyOf(screen)}` },
+  const button = element("button", { type: "button", className: "screen", id: `of-screen-${keyOf(screen)}` },
     element("div", { className: "display" }, element("img", { width: 720, height: 576, alt: "" }),
       element("span", { className: "marks" })),
     element("div", { className: "caption" }));
@@ -163,7 +167,7 @@ function drawScreenItem(item, screen) {
 
 function drawScreens() {
   const list = byId("screens");
-  const items = page.screens.map((screen) => byId(`screen-${keyOf(screen)}`)?.parentElement ?? screenItem(screen));
+  const items = page.screens.map((screen) => buttonOf(keyOf(screen))?.parentElement ?? screenItem(screen));
   if (items.length !== list.children.length || items.some((item, index) => item !== list.children[index]))
     list.replaceChildren(...items);
   items.forEach((item, index) => drawScreenItem(item, page.screens[index]));
@@ -243,7 +247,7 @@ function drawScreen() {
   byId("screen-about").textContent = [screen.code, screen.price.trim(), `channel ${screen.service.channel}`,
     screen.last_good ? "the last good picture" : ""].filter(Boolean).join(" · ");
   drawPictures(screen);
-  drawFindings(byId("screen-findings"), findingsOf(screen), false);
+  drawFindings(byId("screen-findings"), findingsOf(screen), "None on this screen.", false);
   drawSizes(screen);
   byId("colours").replaceChildren(...screen.regions.map((region) => coloursItem(region, screen)));
 }
@@ -293,17 +297,28 @@ function drawCycle() {
 }
 
 function drawDropped() {
+  const more = page.dropped_total - page.dropped.length;
   byId("dropped-section").hidden = page.dropped.length === 0;
+  byId("dropped-more").hidden = more === 0;
+  byId("dropped-more").textContent = `and ${counted(more, "other")}`;
   drawTable(byId("dropped"), ["Article", "Why"], page.dropped.map(({ code, reason }) => [code || "no code", reason]));
 }
 
 function drawHeader() {
   byId("title").textContent = `Screens of ${page.host || "no host"}`;
   byId("about").textContent = `${page.screens.length} of ${counted(page.listed, "article")} · ${page.folder}`;
-  const marks = badges(page.findings);
-  byId("counts").replaceChildren(...(marks.length > 0 ? marks : [element("span", { className: "well", textContent: "All is well" })]));
+  const isWell = page.findings.every((found) => found.severity === "note");
+  byId("counts").replaceChildren(...(isWell ? [element("span", { className: "well", textContent: "All is well" })] : []),
+    ...badges(page.findings));
   const errors = page.findings.filter((found) => found.severity === "error").length;
   document.title = (errors === 0 ? "" : `${counted(errors, "error")}: `) + byId("title").textContent;
+}
+
+/// Is read out whenever it is filled.
+function drawTrouble() {
+  const said = JSON.stringify([page.trouble, page.stale]);
+  if (byId("trouble").dataset.said === said) return;
+  byId("trouble").dataset.said = said;
   byId("trouble").hidden = page.trouble.length === 0;
   byId("trouble").replaceChildren(
     element("ul", { className: "findings" }, ...page.trouble.map((found, index) => findingItem([found], `trouble-${index}`, false))),
@@ -312,18 +327,30 @@ function drawHeader() {
 
 // All of it
 
-function draw() {
+function keepFocus(draw) {
   const focused = document.activeElement?.id;
-  drawHeader();
+  draw();
+  if (focused) byId(focused)?.focus({ preventScroll: true }); // what is drawn anew has lost it
+}
+
+/// What depends on the author's choices.
+function drawChosen() {
   drawScreens();
   drawScreen();
-  drawFindings(byId("findings"), page.findings, true);
+  layGround();
+}
+
+const draw = () => keepFocus(drawChosen);
+
+function drawDocument() {
+  drawHeader();
+  drawTrouble();
+  drawChosen();
+  drawFindings(byId("findings"), page.findings, "None: all is well.", true);
   drawChannels();
   drawCycle();
   drawLayout();
   drawDropped();
-  layGround();
-  if (focused) byId(focused)?.focus({ preventScroll: true }); // what is drawn anew has lost it
 }
 
 function choose(screen, region) {
@@ -331,7 +358,7 @@ function choose(screen, region) {
   view.region = region || null;
   history.replaceState(null, "", `#article=${encodeURIComponent(screen)}`);
   draw();
-  byId(`screen-${screen}`).scrollIntoView({ block: "nearest", inline: "nearest" });
+  buttonOf(screen).scrollIntoView({ block: "nearest", inline: "nearest" });
 }
 
 function step(by) {
@@ -345,7 +372,7 @@ function show(data) {
   giveKeys(page.screens);
   if (chosen() === undefined) // gone: what has taken its place
     view.screen = page.screens.length === 0 ? null : keyOf(page.screens[Math.min(Math.max(before, 0), page.screens.length - 1)]);
-  draw();
+  keepFocus(drawDocument);
 }
 
 function chooseGround() {
@@ -375,7 +402,7 @@ function stepByKey(event) {
   if (by === undefined || event.altKey || event.ctrlKey || event.metaKey) return;
   event.preventDefault();
   step(by);
-  byId(`screen-${view.screen}`).focus();
+  buttonOf(view.screen).focus();
 }
 
 function listen() {
@@ -388,6 +415,10 @@ function listen() {
   byId("next").addEventListener("click", () => step(1));
   byId("screens").addEventListener("keydown", stepByKey);
   byId("view").addEventListener("submit", (event) => event.preventDefault());
+  byId("skip").addEventListener("click", (event) => {
+    event.preventDefault(); // the address names the article
+    byId("screen").focus();
+  });
 }
 
 /// A served page: the server sends the whole document after each change.
@@ -407,7 +438,16 @@ function follow() {
   };
 }
 
-view.screen = decodeURIComponent(location.hash.replace("#article=", ""));
+/// The article that the address names; null where it is malformed.
+function namedArticle() {
+  try {
+    return decodeURIComponent(location.hash.replace("#article=", ""));
+  } catch {
+    return null;
+  }
+}
+
+view.screen = namedArticle();
 listen();
 show(JSON.parse(byId("data").textContent));
 if (page.live) follow();
