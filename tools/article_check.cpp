@@ -207,6 +207,18 @@ const seen_picture& look_at(article_check& check, const std::string& path)
     return pictures.emplace(path, seen).first->second;
 }
 
+/// How a picture comes to the name that the daemon looks for. Others may rely on one that has no blanks.
+std::string rename_advice(const std::string& neighbour, const std::string& name, const char* text)
+{
+    const std::string meant = without_blanks(name);
+    const std::string rename = neighbour == meant ? ""
+        : equal_ignoring_case(neighbour.substr(neighbour.rfind('.')), ".png")
+        ? formatted("rename \"%s\" to \"%s\"", neighbour.c_str(), meant.c_str())
+        : formatted("save \"%s\" as a PNG file \"%s\"", neighbour.c_str(), meant.c_str());
+    const std::string write = meant == name ? "" : formatted("write %s without the blanks around it", text);
+    return write + (write.empty() || rename.empty() ? "" : "; ") + rename;
+}
+
 /// A brand without a logo has a name; but sometimes the logo is there in another way.
 void check_missing_logo(article_check& check)
 {
@@ -218,14 +230,10 @@ void check_missing_logo(article_check& check)
         .at = check.places[article_field::brand],
         .region = "brand",
         .what = formatted("there is no logo \"%s\": the name is drawn", name.c_str())};
-    if (neighbour == name) {
+    if (!neighbour.empty()) {
         found.level = severity::error;
-        found.advice = "let the daemon read the file: chmod a+r";
-    } else if (!neighbour.empty()) {
-        found.level = severity::error;
-        found.advice = neighbour.ends_with(".png") || neighbour.ends_with(".PNG")
-            ? formatted("rename \"%s\" to \"%s\"", neighbour.c_str(), name.c_str())
-            : formatted("save \"%s\" as a PNG file \"%s\"", neighbour.c_str(), name.c_str());
+        found.advice = neighbour == name ? "let the daemon read the file: chmod a+r"
+                                         : rename_advice(neighbour, name, "the brand");
     }
     check.findings.push_back(std::move(found));
 }
@@ -318,7 +326,7 @@ void report_icon(article_check& check, const feature_icon& icon, const std::stri
         found.what = formatted("there is no icon \"%s\": it is left out", name.c_str());
         found.advice = neighbour.empty()
             ? formatted("draw \"%s\", or write another word that has an icon", name.c_str())
-            : formatted("save or rename \"%s\" as the PNG file \"%s\"", neighbour.c_str(), name.c_str());
+            : rename_advice(neighbour, name, "the word");
     }
     check.findings.push_back(std::move(found));
 }
@@ -355,6 +363,32 @@ void check_icons(article_check& check)
             .what = formatted(
                 "icons of %d to %d pixels in height shift or overlap", *heights.begin(), *heights.rbegin()),
             .advice = "draw all icons equally high, best 137 pixels"});
+}
+
+// The article as a whole
+
+/// An article without any of them is but a banner; elsewhere one that the layout shows may have been
+/// forgotten.
+void check_missing_texts(article_check& check)
+{
+    const item& article = check.article;
+    const auto missing = [&](severity level, const char* region, const std::string& what,
+                             const char* advice) {
+        check.findings.push_back({.level = level,
+            .kind = "missing-text",
+            .at = check.places.at,
+            .region = region,
+            .what = what,
+            .advice = advice});
+    };
+    if (article.model == nullptr && article.price == nullptr && article.brand == nullptr)
+        return missing(severity::error, "",
+            "the article has neither model, price nor brand: viewers see none",
+            "write them into the article, or into the reference file under the article's code");
+    for (const auto& [name, text] : {std::pair("model", article.model), std::pair("price", article.price)})
+        if (text == nullptr && getRegionByName(check.context.layout, name) != nullptr)
+            missing(severity::warning, name, formatted("the article has no %s: viewers see none", name),
+                "write it into the article, or into the reference file");
 }
 
 // Regions as drawn
@@ -493,6 +527,7 @@ finding_list check_article(const item& article, const article_places& places,
             check_logo(check);
     }
     check_icons(check);
+    check_missing_texts(check);
     return check.findings;
 }
 

@@ -5,7 +5,10 @@
 #include "text.h"
 
 #include <algorithm>
+#include <cctype>
+#include <cstdlib>
 #include <optional>
+#include <sstream>
 #include <string_view>
 
 namespace {
@@ -56,6 +59,7 @@ struct field_text {
     std::string full{};
     std::optional<std::string> kept{}; ///< what the daemon takes
     std::string cause{};               ///< what ends the first piece
+    std::string reference{};           ///< of which the last piece comes; empty: of other characters
 };
 
 struct article_reader {
@@ -122,7 +126,8 @@ void check_attributes(article_reader& reader, const char** attributes)
     const bool in_reference = reader.kind == article_file_kind::reference;
     const char* const then = in_reference ? "the daemon ignores the whole article"
                                           : "the reference file cannot complete the article";
-    for (const char** each = attributes; !has_code(reader, attributes) && *each != nullptr; each += 2) {
+    const bool is_first = has_code(reader, attributes);
+    for (const char** each = attributes; !is_first && *each != nullptr; each += 2) {
         const std::string_view name = each[0];
         if (name == "code")
             return add(reader, reader.article->at,
@@ -138,7 +143,7 @@ void check_attributes(article_reader& reader, const char** attributes)
                     .what = formatted("unknown attribute \"%s\": %s", each[0], then),
                     .advice = "did you mean \"code\"?"});
     }
-    if (!has_code(reader, attributes))
+    if (!is_first || trimmed(attributes[1]).empty())
         add(reader, reader.article->at,
             {.level = in_reference ? severity::error : severity::warning,
                 .kind = "no-code",
@@ -240,18 +245,28 @@ void begin_field(article_reader& reader, const char* name)
         report_unknown(reader, name, field_names);
 }
 
-/// What makes expat hand over a piece for itself. In UTF-16 there is a zero beside each ASCII character.
-std::string cause_of(const article_reader& reader, std::string_view piece)
+/// The character reference that stands where the piece begins; empty when none does. In UTF-16 there is a
+/// zero beside each ASCII character.
+std::string reference_here(const article_reader& reader)
 {
     constexpr std::size_t longest_reference = 24;
     std::string written =
         reader.file.bytes.substr(std::min(byte_index(reader), reader.file.bytes.size()), longest_reference);
     std::erase(written, '\0');
-    if (piece == "\n")
-        return "the line break";
-    if (written.starts_with('&'))
-        return "\"" + written.substr(0, written.find(';') + 1) + "\"";
-    return "a tag, a comment or a CDATA section";
+    const auto end = std::ranges::find_if(written, [](unsigned char character) {
+        return std::isalnum(character) == 0 && character != '&' && character != '#';
+    });
+    const bool is_one = written.starts_with('&') && end != written.end() && *end == ';';
+    return is_one ? std::string(written.begin(), end + 1) : "";
+}
+
+/// What makes expat hand over a piece for itself.
+std::string cause_of(std::string_view piece, const std::string& reference, const std::string& before)
+{
+    return piece == "\n"     ? "at the line break"
+        : !reference.empty() ? "at \"" + reference + "\""
+        : !before.empty()    ? "behind \"" + before + "\""
+                             : "at a tag, a comment or a CDATA section";
 }
 
 void take_piece(article_reader& reader, std::string_view piece)
@@ -259,8 +274,10 @@ void take_piece(article_reader& reader, std::string_view piece)
     field_text& text = reader.text;
     text.full += piece;
     const bool had_piece = text.kept.has_value();
+    const std::string reference = reference_here(reader);
     if (had_piece && text.cause.empty())
-        text.cause = cause_of(reader, piece);
+        text.cause = cause_of(piece, reference, text.reference);
+    text.reference = reference;
     const bool counts = [&] {
         switch (reader.field->rule) {
         case piece_rule::first:
@@ -299,15 +316,27 @@ void check_first_piece(article_reader& reader)
         {.level = severity::error,
             .kind = "text-ends-early",
             .what = trimmed(*text.kept).empty()
-                ? formatted("viewers see a box instead of \"%s\": the text ends at %s before it",
-                    line.c_str(),
-                    text.cause.empty() || *text.kept == "\n" ? "the line break" : text.cause.c_str())
-                : formatted("viewers see only \"%s\" of \"%s\": the text ends at %s",
+                ? formatted("viewers see a box instead of \"%s\": the text ends %s before it", line.c_str(),
+                    text.cause.empty() || *text.kept == "\n" ? "at the line break" : text.cause.c_str())
+                : formatted("viewers see only \"%s\" of \"%s\": the text ends %s",
                     on_one_line(*text.kept).c_str(), line.c_str(), text.cause.c_str()),
             .advice = plain
                 ? formatted("write <%s>%s</%s>, in one piece", name.c_str(), line.c_str(), name.c_str())
                 : formatted("write <%s><![CDATA[%s]]></%s>", name.c_str(), line.c_str(), name.c_str()),
             .same = trimmed(*text.kept).empty() ? "box" : "part"});
+}
+
+/// Whether the word is one of those of the text, in any letter case.
+bool has_word(const std::string& text, std::string_view word)
+{
+    std::string words = text;
+    std::ranges::replace_if(
+        words, [](unsigned char character) { return character < 0x80 && std::isalnum(character) == 0; }, ' ');
+    std::istringstream stream(words);
+    for (std::string each; stream >> each;)
+        if (equal_ignoring_case(each, word))
+            return true;
+    return false;
 }
 
 /// Another word leaves the icon out, which is often meant so.
@@ -316,16 +345,23 @@ void check_word(article_reader& reader)
     constexpr std::string_view affirmations[] = {"yes", "oui", "true", "1"};
     const std::string written = on_one_line(reader.text.full);
     const std::string_view word = reader.field->word;
-    const bool is_meant = equal_ignoring_case(written, word)
+    const bool is_word = equal_ignoring_case(written, word);
+    const bool is_meant = is_word
         || std::ranges::any_of(affirmations, [&](auto each) { return equal_ignoring_case(written, each); })
         || (word.size() > 4 && !near_match(written, std::span(&word, 1)).empty());
-    if (!reader.text.kept && is_meant)
-        add(reader, reader.text.at,
-            {.level = severity::error,
-                .kind = "not-the-word",
-                .what = formatted("\"%s\" is not \"%s\": no icon is shown", written.c_str(), word.data()),
-                .advice = formatted("write <%s>%s</%s>, on one line and without blanks",
-                    reader.field->name.data(), word.data(), reader.field->name.data())});
+    if (reader.text.kept || !(is_meant || has_word(written, word)))
+        return;
+    const bool is_whole = is_word && reader.text.full == written;
+    add(reader, reader.text.at,
+        {.level = is_meant ? severity::error : severity::warning,
+            .kind = "not-the-word",
+            .what = is_whole ? formatted("\"%s\" comes in pieces: no icon is shown", written.c_str())
+                : is_word
+                ? formatted("\"%s\" has blanks around it: no icon is shown", reader.text.full.c_str())
+                : formatted("\"%s\" is not \"%s\": no icon is shown", written.c_str(), word.data()),
+            .advice = formatted("write <%s>%s</%s>, in one piece and without blanks",
+                reader.field->name.data(), word.data(), reader.field->name.data()),
+            .same = "word"});
 }
 
 void check_ovu(article_reader& reader)
@@ -351,29 +387,48 @@ void check_ovu(article_reader& reader)
                 .same = "host"});
 }
 
+/// What is wrong with a channel of which the daemon takes the piece that was kept.
+finding channel_finding(const std::string& written, std::string_view kept)
+{
+    const std::int32_t taken = parse_decimal(kept).value_or(0);
+    const std::size_t sign = written.starts_with('-') ? 1 : 0;
+    const bool exact = written.find_first_not_of("0123456789", sign) == std::string::npos;
+    if (exact && taken != std::strtoll(written.c_str(), nullptr, 10))
+        return {.level = severity::error,
+            .kind = "channel-out-of-range",
+            .what = formatted("the channel \"%s\" counts as %d", written.c_str(), taken),
+            .advice = "write a number from 1 to 1023, in one piece",
+            .same = "another"};
+    return {.level = parse_decimal(written) == taken ? severity::warning : severity::error,
+        .kind = exact ? "" : "channel-odd-number",
+        .what = formatted("the channel \"%s\" counts as %d", written.c_str(), taken),
+        .advice = "write a number from 1 to 1023, in digits alone",
+        .same = "number"};
+}
+
+/// A channel that is no number leaves the one before it.
+finding no_channel_finding(const std::string& written, bool has_another)
+{
+    return {.level = severity::error,
+        .kind = "channel-no-number",
+        .what = formatted("the channel \"%s\" is not a number: %s", written.c_str(),
+            has_another ? "the one before it counts" : "the service has no place in the channel list"),
+        .advice = "write a number from 1 to 1023, in digits",
+        .same = has_another ? "another" : "none"};
+}
+
 void check_number(article_reader& reader)
 {
     const std::string written = on_one_line(reader.text.full);
     if (written.empty())
         return;
-    const bool exact = std::ranges::all_of(written.substr(written.starts_with('-') ? 1 : 0),
-        [](char each) { return each >= '0' && each <= '9'; });
-    reader.article->has_bad_channel = !reader.text.kept;
-    if (!reader.text.kept)
-        add(reader, reader.text.at,
-            {.level = severity::error,
-                .kind = "channel-no-number",
-                .what = formatted("the channel \"%s\" is not a number: the service has no place in the "
-                                  "channel list",
-                    written.c_str()),
-                .advice = "write a number from 1 to 1023, in digits"});
-    else if (!exact)
-        add(reader, reader.text.at,
-            {.level = severity::warning,
-                .kind = "channel-odd-number",
-                .what = formatted("the channel \"%s\" counts as %d", written.c_str(),
-                    parse_decimal(*reader.text.kept).value_or(0)),
-                .advice = "write a number from 1 to 1023, in digits alone"});
+    article_element& article = *reader.article;
+    const bool has_another = article[article_field::channel].line != 0 && !article.has_bad_channel;
+    finding found = reader.text.kept ? channel_finding(written, *reader.text.kept)
+                                     : no_channel_finding(written, has_another);
+    article.has_bad_channel = reader.text.kept ? found.kind == "channel-out-of-range" : !has_another;
+    if (!found.kind.empty())
+        add(reader, reader.text.at, std::move(found));
 }
 
 void check_text(article_reader& reader)
@@ -404,8 +459,8 @@ void end_field(article_reader& reader)
                     reader.field->name.data(), last_counts ? "this" : "the first"),
                 .advice = "leave one of them out"});
     // A channel that is no number has been told of, and is not missing as well.
-    const bool counts = last_counts ? !trimmed(reader.text.full).empty() : reader.text.kept.has_value();
-    if (counts && (last_counts || kept.line == 0))
+    const bool counts = reader.text.kept || (last_counts && !trimmed(reader.text.full).empty());
+    if (counts && (kept.line == 0 || (last_counts && reader.text.kept)))
         kept = reader.text.at;
     reader.field = nullptr;
 }

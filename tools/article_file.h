@@ -41,7 +41,7 @@ struct article_element {
     std::string code{};                              ///< empty: none
     std::string host{};                              ///< `ovu` as the daemon takes it; empty: none
     std::string meant_host{};                        ///< and as it was probably meant
-    bool has_bad_channel = false;                    ///< one that is no number
+    bool has_bad_channel = false;                    ///< told of: no number, or beyond 32 bits
     std::array<file_place, article_fields> fields{}; ///< the elements whose texts count
 
     [[nodiscard]] const file_place& operator[](article_field field) const

@@ -125,7 +125,8 @@ void check_colours(
 {
     for (const screen_region& region : regions) {
         finding found{.level = severity::warning,
-            .at = region_position(context.places, region.name),
+            .at = region.name == "banner" ? source_position{.file = context.folder}
+                                          : region_position(context.places, region.name),
             .region = region.name,
             .advice = "draw the picture with fewer colours, pure black and pure white among them"};
         if (region.is_sound)

@@ -39,4 +39,10 @@ struct finding {
     std::string same{};       ///< what findings of one kind share whose words differ; empty: their words
 };
 
+/// Of a file that is not used as a whole: what is drawn without it is not what its author means.
+inline bool is_trouble(const finding& found)
+{
+    return found.kind == "unreadable-file" || found.kind == "malformed-file";
+}
+
 using finding_list = std::vector<finding>;

@@ -1,5 +1,7 @@
 #include "font_check.h"
 
+#include "text.h"
+
 #include <algorithm>
 #include <array>
 #include <string_view>
@@ -40,8 +42,9 @@ bool is_equal_alias(FcPattern* wanted, const std::string& family)
 
 bool is_generic(std::string_view family)
 {
-    constexpr std::array<std::string_view, 5> names{"sans", "sans-serif", "serif", "monospace", "mono"};
-    return std::ranges::find(names, family) != names.end();
+    constexpr std::array<std::string_view, 8> names{
+        "sans", "sans-serif", "serif", "monospace", "mono", "cursive", "fantasy", "system-ui"};
+    return std::ranges::any_of(names, [&](auto name) { return equal_ignoring_case(name, family); });
 }
 
 chosen_font choose_font(const std::string& family)

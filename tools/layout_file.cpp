@@ -91,6 +91,9 @@ file_place attribute_place(const layout_reader& reader, std::string_view name)
 /// The eight digits that were probably meant; empty when that cannot be told.
 std::string meant_colour(std::string_view written)
 {
+    constexpr std::string_view blanks = " \t\r\n";
+    written.remove_prefix(std::min(written.find_first_not_of(blanks), written.size()));
+    written = written.substr(0, written.find_last_not_of(blanks) + 1);
     const auto* const named = std::ranges::find_if(
         named_colours, [&](const auto& each) { return equal_ignoring_case(each.name, written); });
     if (named != std::end(named_colours))
@@ -119,27 +122,39 @@ bool is_exact_colour(std::string_view value)
         && std::ranges::all_of(value, [](unsigned char digit) { return std::isxdigit(digit) != 0; });
 }
 
-void check_colour(layout_reader& reader, const char* name, const char* value)
+/// What becomes of a colour that does not count as it is written, or vanishes; empty when nothing does.
+std::string wrong_colour(bool is_ground, const char* name, const char* value)
 {
+    constexpr unsigned least_opacity = 16; // of a ground: 6 %
     const std::uint32_t taken = colour_taken(value);
     const unsigned opacity = taken >> 24;
-    const bool is_ground = std::string_view(name) == "backgroundColor";
-    if (is_exact_colour(value) && (opacity != 0 || (is_ground && taken == 0)))
-        return;
+    const bool is_none = is_ground && taken == 0;
+    if (is_exact_colour(value) && (is_none || opacity > (is_ground ? least_opacity : 0)))
+        return "";
     const char* const thing = is_ground ? "the ground of the text" : "the text";
-    const std::string what = opacity == 0
-        ? formatted("%s is invisible: %s \"%s\" counts as %08X, opacity 0", thing, name, value, taken)
-        : formatted("%s has another colour: %s \"%s\" counts as %08X, opacity %u %%", thing, name, value,
-            taken, (opacity * 100 + 127) / 255);
+    const char* const becomes = opacity == 0    ? "is invisible"
+        : is_ground && opacity <= least_opacity ? "is hardly visible"
+                                                : "has another colour";
+    return formatted("%s %s: %s \"%s\" counts as %08X, opacity %u %%", thing, becomes, name, value, taken,
+        (opacity * 100 + 127) / 255);
+}
+
+void check_colour(layout_reader& reader, const char* name, const char* value)
+{
+    const bool is_ground = std::string_view(name) == "backgroundColor";
+    const std::string what = wrong_colour(is_ground, name, value);
+    if (what.empty())
+        return;
     const std::string meant =
         is_exact_colour(value) ? "FF" + std::string(value).substr(2) : meant_colour(value);
+    const bool counts_as_meant = !meant.empty() && colour_taken(value) == colour_taken(meant.c_str());
     add(reader, attribute_place(reader, name),
-        {.level = severity::error,
+        {.level = counts_as_meant ? severity::warning : severity::error,
             .kind = "wrong-colour",
-            .what = what,
+            .what = counts_as_meant ? formatted("%s \"%s\" counts as %s", name, value, meant.c_str()) : what,
             .advice = (meant.empty() ? "write" : formatted("write \"%s\":", meant.c_str()))
                 + " opacity, red, green, blue, two hexadecimal digits each (FF: opaque)"});
-    reader.places.regions.back().has_colours = false;
+    reader.places.regions.back().has_colours = counts_as_meant;
 }
 
 void check_number(layout_reader& reader, const char* name, const char* value)
@@ -152,12 +167,14 @@ void check_number(layout_reader& reader, const char* name, const char* value)
                 .what = formatted("%s \"%s\" is not a number and counts as 0", name, value),
                 .advice = "write a whole number of pixels, in digits"});
     const std::string_view text = value;
-    if (std::string_view(name) == "size" && *number <= 0)
+    if (std::string_view(name) == "size" && *number <= 0) {
+        reader.places.regions.back().has_colours = false;
         return add(reader, attribute_place(reader, name),
             {.level = severity::error,
                 .kind = "no-number",
                 .what = formatted("the text is not drawn: its size is %d", *number),
                 .advice = "write size=\"36\", or another number of pixels"});
+    }
     if (text.find_first_not_of("+-0123456789") != std::string_view::npos && !text.ends_with("px"))
         add(reader, attribute_place(reader, name),
             {.level = severity::warning,

@@ -115,12 +115,6 @@ ordered_json json_of_screens(const page_content& content)
 
 // What belongs to all screens
 
-/// A file that is not used as a whole: what is drawn without it is not what its author means.
-bool is_trouble(const finding& found)
-{
-    return found.kind == "unreadable-file" || found.kind == "malformed-file";
-}
-
 void put_findings(ordered_json& page, const page_content& content)
 {
     page["findings"] = page["trouble"] = ordered_json::array();

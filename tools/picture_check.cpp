@@ -31,19 +31,51 @@ constexpr struct {
     {0, "<?xml"sv, "an SVG drawing or another XML file"},
 };
 
-bool equal_without_case(const std::string& one, const std::string& other)
+const FcChar8* bytes_of(const std::string& text)
 {
-    return FcStrCmpIgnoreCase(
-               reinterpret_cast<const FcChar8*>(one.c_str()), reinterpret_cast<const FcChar8*>(other.c_str()))
-        == 0;
+    return reinterpret_cast<const FcChar8*>(text.c_str());
 }
 
-/// The name without its suffix and the blanks around it.
+bool equal_without_case(const std::string& one, const std::string& other)
+{
+    return FcStrCmpIgnoreCase(bytes_of(one), bytes_of(other)) == 0;
+}
+
+/// Letters of Latin-1 without their accents, which in some file names stand behind them.
+std::string without_accents(const std::string& text)
+{
+    constexpr std::string_view plain_letters =
+        "AAAAAAACEEEEIIIIDNOOOOO*OUUUUYTsaaaaaaaceeeeiiiidnooooo/ouuuuyty";
+    constexpr FcChar32 first_letter = 0xC0;
+    std::string plain;
+    for (std::size_t at = 0; at < text.size();) {
+        FcChar32 character = 0;
+        const int length = FcUtf8ToUcs4(bytes_of(text) + at, &character, static_cast<int>(text.size() - at));
+        const std::size_t bytes = length > 0 ? static_cast<std::size_t>(length) : 1;
+        if (character >= first_letter && character - first_letter < plain_letters.size())
+            plain += plain_letters[character - first_letter];
+        else if (character < 0x300 || character > 0x36F) // combining accents
+            plain.append(text, at, bytes);
+        at += bytes;
+    }
+    return plain;
+}
+
+std::string trimmed(const std::string& text)
+{
+    const std::size_t begin = std::min(text.find_first_not_of(' '), text.size());
+    return text.substr(begin, text.find_last_not_of(' ') + 1 - begin);
+}
+
 std::string stem_of(const std::string& name)
 {
-    const std::string stem = name.substr(0, name.rfind('.'));
-    const std::size_t begin = std::min(stem.find_first_not_of(' '), stem.size());
-    return stem.substr(begin, stem.find_last_not_of(' ') + 1 - begin);
+    return trimmed(name.substr(0, name.rfind('.')));
+}
+
+std::string suffix_of(const std::string& name)
+{
+    const std::size_t dot = name.rfind('.');
+    return dot == std::string::npos ? "" : name.substr(dot);
 }
 
 } // namespace
@@ -74,16 +106,27 @@ std::string kind_of_file(const std::string& path)
     return found == std::end(signatures) ? "no picture" : found->kind;
 }
 
-std::string neighbour_of(const std::vector<std::string>& files, const std::string& name)
+bool is_picture_name(const std::string& name)
 {
     constexpr std::array<std::string_view, 9> suffixes{
         ".png", ".jpg", ".jpeg", ".gif", ".bmp", ".webp", ".svg", ".tif", ".tiff"};
+    return std::ranges::any_of(suffixes,
+        [&](std::string_view each) { return equal_without_case(suffix_of(name), std::string(each)); });
+}
+
+std::string without_blanks(const std::string& name)
+{
+    return stem_of(name) + suffix_of(name);
+}
+
+std::string neighbour_of(const std::vector<std::string>& files, const std::string& name)
+{
+    if (std::ranges::find(files, without_blanks(name)) != files.end())
+        return without_blanks(name);
+    const std::string wanted = without_accents(stem_of(name));
     const auto is_meant = [&](const std::string& file) {
-        const std::size_t dot = file.rfind('.');
-        const std::string suffix = dot == std::string::npos ? "" : file.substr(dot);
-        return equal_without_case(stem_of(file), stem_of(name))
-            && std::ranges::any_of(suffixes,
-                [&](std::string_view each) { return equal_without_case(suffix, std::string(each)); });
+        const std::string stem = is_picture_name(stem_of(file)) ? stem_of(stem_of(file)) : stem_of(file);
+        return is_picture_name(file) && equal_without_case(without_accents(stem), wanted);
     };
     const auto found = std::ranges::find_if(files, is_meant);
     return found == files.end() ? "" : *found;

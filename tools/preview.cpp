@@ -30,9 +30,6 @@
 
 namespace {
 
-constexpr int status_well = 0;
-constexpr int status_wrong = 1;
-constexpr int status_no_preview = 2;
 constexpr std::size_t code_length_max = 64;
 
 /// A preview under way.
@@ -189,6 +186,12 @@ finding_groups wanted_findings(const preview& view)
     return groups;
 }
 
+/// Whether a file that cannot be read is why it has no host.
+bool is_explained(const shop_files& files)
+{
+    return files.hosts.empty() && std::ranges::any_of(files.article_frame.findings, is_trouble);
+}
+
 /// Loads and checks the articles of the host.
 void check(preview& view)
 {
@@ -199,7 +202,7 @@ void check(preview& view)
     view.all = check_host(view.state, view.files, view.host,
         {.keep_drawn = !view.options.html.empty() || view.options.format == "page"});
     keep(view, view.all.findings);
-    if (view.state.service_count == 0)
+    if (view.state.service_count == 0 && !is_explained(view.files))
         view.findings.push_back(no_article(view.files, view.host));
     view.summary = {.hosts = 1, .articles = view.state.service_count};
     const auto found = view.files.hosts.find(view.host);
@@ -245,7 +248,7 @@ int show_all_hosts(preview& view)
     view.files = read_shop(
         view.options.resources, std::nullopt, [&](const finding& found) { add_finding(findings, found); });
     check_all_hosts(view.files, view.state, view.summary, findings);
-    if (view.files.hosts.empty())
+    if (view.files.hosts.empty() && !is_explained(view.files))
         add_finding(findings, no_article(view.files, ""));
     print(view,
         counted(view.summary.hosts, "host") + ", " + counted(view.summary.articles, "article") + " shown, "

@@ -45,13 +45,18 @@ void read_listed(shop_files& files, const std::optional<std::string>& host, cons
     const auto concerns = [&](const article_element& article) {
         return !host || article.host == *host || article.meant_host == *host || article.host.empty();
     };
+    // With a blank too many it is no host of the chain, unless it is asked for.
+    const auto is_host = [&](const article_element& article) {
+        return !article.host.empty()
+            && (article.host == article.meant_host || (host && article.host == *host));
+    };
     const auto take_article = [&](const article_element& article, const finding_list& findings) {
-        if (!article.host.empty())
+        if (is_host(article))
             files.hosts[article.host].push_back(files.listed.size());
         files.listed.push_back(article);
         files.listed.back().meant_host.clear();
         if (concerns(article))
-            tell(take, findings, last_screen(files, article.host));
+            tell(take, findings, !host || article.host == *host ? last_screen(files, article.host) : 0);
     };
     files.article_frame = read_articles(files.articles, article_file_kind::articles, take_article);
     tell(take, files.article_frame.findings, 0);
@@ -72,15 +77,30 @@ std::map<std::string, std::uint32_t> screens_of(
     return screens;
 }
 
+/// Without blanks, in small letters: codes that people take for the same.
+std::string as_meant(std::string code)
+{
+    std::erase(code, ' ');
+    std::ranges::transform(code, code.begin(), ascii_lower);
+    return code;
+}
+
 void read_catalogue(shop_files& files, const std::optional<std::string>& host, const finding_taker& take)
 {
     const auto screens = screens_of(files, host);
+    std::map<std::string, std::vector<std::string>> meant;
+    for (const auto& [code, screen] : screens)
+        meant[as_meant(code)].push_back(code);
+    meant.erase("");
     const auto take_article = [&](const article_element& article, const finding_list& findings) {
         const auto shown = screens.find(article.code);
         if (!host || shown != screens.end() || article.code.empty())
             tell(take, findings, shown == screens.end() ? 0 : shown->second);
         if (shown != screens.end())
             files.catalogue.push_back(article);
+        else if (const auto near = meant.find(as_meant(article.code)); near != meant.end())
+            for (const std::string& code : near->second)
+                files.near_codes.emplace(code, article.code);
     };
     files.reference_frame = read_articles(files.reference, article_file_kind::reference, take_article);
     tell(take, files.reference_frame.findings, 0);
@@ -110,15 +130,19 @@ source_position in_file(const file_bytes& file, const file_place& place)
 /// What the reference file has of an article: it fills what is open, but the last channel counts.
 void complete(article_places& places, const shop_files& files, const std::string& code)
 {
+    constexpr auto channel_index = static_cast<std::size_t>(article_field::channel);
     if (code.empty())
         return;
     for (const article_element& known : catalogue_of(files, code)) {
-        for (std::size_t i = 0; i < article_fields; ++i) {
-            const bool replaces = static_cast<article_field>(i) == article_field::channel;
-            if (known.fields[i].line != 0 && (replaces || places.fields[i].line == 0))
-                places.fields[i] = in_file(files.reference, known.fields[i]);
+        const bool replaces = known[article_field::channel].line != 0
+            && (!known.has_bad_channel || places.fields[channel_index].line == 0);
+        if (replaces) {
+            places.fields[channel_index] = {};
+            places.has_bad_channel = known.has_bad_channel;
         }
-        places.has_bad_channel = places.has_bad_channel || known.has_bad_channel;
+        for (std::size_t i = 0; i < article_fields; ++i)
+            if (known.fields[i].line != 0 && places.fields[i].line == 0)
+                places.fields[i] = in_file(files.reference, known.fields[i]);
     }
 }
 
@@ -152,8 +176,7 @@ void check_channel(finding_list& findings, const item& article, const article_pl
             .article = code_of(article),
             .what = "the article has no channel: its service has no place in the channel list",
             .advice = "write <channel>…</channel> with a number from 1 to 1023"});
-    else if ((article.channel < 1 || article.channel > largest_channel)
-        && !(article.channel == 0 && places.has_bad_channel))
+    else if ((article.channel < 1 || article.channel > largest_channel) && !places.has_bad_channel)
         findings.push_back({.level = severity::error,
             .kind = "channel-out-of-range",
             .at = at,
@@ -200,6 +223,20 @@ void check_doubles(finding_list& findings, first_articles& first, const item& ar
     }
 }
 
+void check_reference(
+    finding_list& findings, const item& article, const article_places& places, const shop_files& files)
+{
+    const auto near = files.near_codes.find(code_of(article));
+    if (near != files.near_codes.end() && catalogue_of(files, near->first).empty())
+        findings.push_back({.level = severity::warning,
+            .kind = "near-code",
+            .at = places.at,
+            .article = near->first,
+            .what = formatted("the reference file has no article \"%s\": this one is not completed from it",
+                near->first.c_str()),
+            .advice = formatted("did you mean \"%s\"?", near->second.c_str())});
+}
+
 void check_number_of_articles(finding_list& findings, const shop_files& files, const std::string& host)
 {
     const auto& indices = articles_of(files, host);
@@ -226,6 +263,37 @@ std::string list_hosts(const shop_files& files)
         list += formatted("%s\"%s\" (%zu)", list.empty() ? "" : ", ", host.c_str(), articles.size());
     }
     return list;
+}
+
+/// Hosts that differ in letter case alone, the smaller one of each two; of one host, or with none of all.
+void check_host_names(
+    const shop_files& files, const std::optional<std::string>& host, const finding_taker& take)
+{
+    const auto weight_of = [&](const std::string& name) {
+        return 2 * files.hosts.at(name).size() + (host == name ? 1 : 0);
+    };
+    std::map<std::string, const std::string*> known;
+    for (const auto& [name, articles] : files.hosts) {
+        std::string lowered = name;
+        std::ranges::transform(lowered, lowered.begin(), ascii_lower);
+        const auto [same, is_first] = known.emplace(lowered, &name);
+        if (is_first || (host && !equal_ignoring_case(name, *host)))
+            continue;
+        const bool is_larger = weight_of(name) > weight_of(*same->second);
+        const std::string& odd = is_larger ? *same->second : name;
+        const std::string& usual = is_larger ? name : *same->second;
+        const article_element& article = files.listed[files.hosts.at(odd).front()];
+        take({.level = severity::warning,
+            .kind = "wrong-host",
+            .at = in_file(files.articles, article.at),
+            .article = article.code,
+            .host = odd,
+            .what = formatted("the host \"%s\" is not \"%s\": letter case matters, and a board has one name",
+                odd.c_str(), usual.c_str()),
+            .advice = formatted("did you mean \"%s\"?", usual.c_str()),
+            .same = "case"});
+        same->second = &usual;
+    }
 }
 
 // Loading from parts of the files
@@ -274,6 +342,7 @@ shop_files read_shop(
     shop_files files{.folder = folder};
     files.articles = read_bytes(folder + "infostv.xml");
     read_listed(files, host, take);
+    check_host_names(files, host, take);
     files.reference = read_bytes(folder + "referencieltv.xml");
     read_catalogue(files, host, take);
     files.layout = read_layout(read_bytes(folder + "layout.xml"));
@@ -326,6 +395,7 @@ finding_list check_articles(const shop_files& files, const std::string& host, co
         const std::size_t begin = findings.size();
         check_channel(findings, *article, places[i]);
         check_doubles(findings, first, *article, places[i], files);
+        check_reference(findings, *article, places[i], files);
         for (std::size_t k = begin; k < findings.size(); ++k)
             findings[k].screen = static_cast<std::uint32_t>(i + 1);
         article = article->next;

@@ -31,7 +31,8 @@ struct shop_files {
     std::vector<article_element> catalogue{};                ///< those of the reference file, by code
     std::map<std::string, std::vector<std::size_t>> hosts{}; ///< the listed articles of each
     layout_places layout{};
-    std::vector<std::string> names{}; ///< of all files in the folder
+    std::vector<std::string> names{};                ///< of all files in the folder
+    std::map<std::string, std::string> near_codes{}; ///< of articles, with those that the reference file has
 };
 
 /// Takes what is found, in any order.

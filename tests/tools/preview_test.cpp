@@ -40,7 +40,7 @@ std::string many_articles()
 {
     std::string articles = article("other 9", "", "stand-2") + "<article code=\"none\"/>";
     for (int i = 1; i <= 41; ++i)
-        articles += article("N" + std::to_string(i), "");
+        articles += article("N" + std::to_string(i), "<price>9</price><model>8</model>");
     return articles;
 }
 
@@ -62,8 +62,11 @@ struct previewed_shop {
 };
 
 const previewed_shop shops[] = {
-    {"nothing wrong", article("A1", "<price>9</price><type>LED</type>") + article("A 2/b", ""),
-        price_region + R"(<region name="model"/><region name="brand"/><region name="warranty"/>)"},
+    {"nothing wrong",
+        article("A1", "<price>9</price><model>8</model><type>LED</type>")
+            + article("A 2/b", "<price>9</price><model>8</model>"),
+        price_region + region("model", R"(x_pos="100" y_pos="300" width="80" height="40")")
+            + R"(<region name="brand"/><region name="warranty"/>)"},
     {"not shown", many_articles(), price_region, {}, {{"--article", "N40"}}},
     {"missing things",
         article("A1", "<brand>No NAME</brand><price>9</price><usb>1</usb><hd>SD</hd><warranty>2</warranty>"),
@@ -89,7 +92,9 @@ const previewed_shop shops[] = {
         R"(<region name="brand" width="200" height="100"><image/></region>)"},
     {"regions in one place", article("A1", "<price>9</price><model>8</model>"),
         price_region + region("model", R"(x_pos="100" y_pos="200" width="80" height="40")")},
-    {"labels", article("A1", "<size>80 cm (32\")</size>") + article("A2", "<hdmi>2</hdmi><usb>1</usb>")},
+    {"labels",
+        article("A1", "<price>9</price><size>80 cm (32\")</size>")
+            + article("A2", "<price>9</price><hdmi>2</hdmi><usb>1</usb>")},
     {"enormous region", article("A1", "<price>9</price>"),
         R"(<region name="price" width="1000" height="500"><text font="Liberation Sans" size="9"/></region>)"},
     {"many prices", many_prices(), region("price", R"(width="9O" height="40")"), {}, {{"--all-hosts"}}},
@@ -218,6 +223,7 @@ const std::string sound_articles = R"(<shop>
 <ovu>stand-1</ovu>
 <channel>22</channel>
 <model>Gipfel 40</model>
+<price>99</price>
 </article>
 </shop>
 )";
@@ -226,7 +232,7 @@ const std::string sound_layout = R"(<layout>
 <text font="Liberation Sans" size="36" foregroundColor="FFFFFFFF" backgroundColor="FF0F1B2D"/>
 </region>
 <region name="price" x_pos="372" y_pos="447" width="220" height="69">
-<text font="Liberation Sans" size="20" foregroundColor="FF101820" backgroundColor="FFFFC20E"/>
+<text font="Sans" size="20" foregroundColor="FF101820" backgroundColor="FFFFC20E"/>
 </region>
 <region name="brand" x_pos="36" y_pos="422" width="160" height="48"><image/></region>
 <region name="warranty" x_pos="36" y_pos="516" width="556" height="32"/>
@@ -276,7 +282,26 @@ const planted_mistake mistakes[] = {
     {"infostv", ">22<", ">21<", "infostv.xml:13: error", {"article T1 too", "screen 2"}},
     {"infostv", "\"T2\"", "\"T1\"", "infostv.xml:11: error", {"not completed from the reference file"}},
     {"infostv", ">stand-1<", "> stand-1<", "infostv.xml:3: error", {"\" stand-1\"", "shown nowhere"}},
-    {"infostv", "<tuner>HD", "<tuner>HD ", "infostv.xml:9: error", {"no icon"}},
+    {"infostv", "<tuner>HD", "<tuner>HD ", "infostv.xml:9: error", {"\"HD \" has blanks", "no icon"}},
+    {"infostv", "<tuner>HD", "<tuner>H&#68;", "infostv.xml:9: error", {"\"HD\" comes in pieces"}},
+    {"infostv", "<tuner>HD", "<tuner>DVB HD", "infostv.xml:9: warning", {"\"DVB HD\" is not \"HD\""}},
+    {"infostv", "219 €", "&#160;219 €", "infostv.xml:7: error", {"behind \"&#160;\""}},
+    {"infostv", "Gipfel 32", "Gipfel <![CDATA[& 32]]>", "infostv.xml:6: error", {"a CDATA section"}},
+    {"infostv", "<model>Gipfel 40</model>", "<model></model>", "infostv.xml:11: warning", {"no model"}},
+    {"infostv", "<model>Gipfel 40</model>\n<price>99</price>", "", "infostv.xml:11: error",
+        {"neither model, price nor brand"}},
+    {"infostv", "stand-1</ovu>\n<channel>22", "Stand-1</ovu>\n<channel>22", "infostv.xml:11: warning",
+        {"\"Stand-1\" is not \"stand-1\"", "letter case"}},
+    {"infostv", "\"T2\"", "\"\"", "infostv.xml:11: warning", {"no code"}},
+    {"referencieltv", "\"T1\"", "\"t1 \"", "infostv.xml:2: warning", {"no article \"T1\"", "mean \"t1 \"?"}},
+    {"infostv", ">21<", ">2&#49;<", "infostv.xml:4: error", {"\"21\" counts as 1"}},
+    {"infostv", ">21<", ">21</channel><channel>x<", "infostv.xml:4: error", {"the one before it counts"}},
+    {"infostv", ">21<", ">99999999999<", "infostv.xml:4: error", {"\"99999999999\" counts as 1215752191"}},
+    {"layout", "FFFFC20E", " FFFFC20E", "layout.xml:6: warning",
+        {"counts as FFFFC20E", "write \"FFFFC20E\""}},
+    {"layout", "FF0F1B2D", "0F0F1B2D", "layout.xml:3: error", {"hardly visible", "opacity 6 %"}},
+    {"infostv", ">Arbaro<", ">Arbaro <", "infostv.xml:5: error", {"write the brand without the blanks"}},
+    {"infostv", ">Arbaro<", ">Arbàro<", "infostv.xml:5: error", {"rename \"arbaro.png\" to \"arbàro.png\""}},
     {"infostv", "32\"</size>", "80 cm (32\")</size>", "infostv.xml:8: error", {"is cut", "region banner"}},
     {"layout", "Liberation Sans", "Liberty Sand", "layout.xml:3: error", {"not installed", "DejaVu Sans"}},
     {"infostv", "Gipfel 32", "Gipfel 山", "infostv.xml:6: error", {"lacks the character \"山\""}},
@@ -284,7 +309,7 @@ const planted_mistake mistakes[] = {
         {"name is drawn", "\"Falada.png\"", "\"falada.png\""}},
     {"infostv", ">Arbaro<", ">Photo<", "photo.png: error", {"a JPEG picture", "does not start"}},
     {"infostv", "<price>", "<price>first</price><price>", "infostv.xml:7: warning", {"comes twice"}},
-    {"infostv", "</shop>", "</shops>", "infostv.xml:16: error", {"not well-formed"}},
+    {"infostv", "</shop>", "</shops>", "infostv.xml:17: error", {"not well-formed"}},
     {"referencieltv", "hdmi>", "hdmy>", "referencieltv.xml:3: error", {"\"hdmi\"", "T1"}},
 };
 
@@ -367,6 +392,7 @@ TEST(Preview, FindsOnAllHostsWhatItFindsOnEach)
         "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n<a>\n"
             + article("T1", "<price>&#8364;</price><usb>3</usb>", "b")
             + article("T2", "<brand>Falada</brand>", "c") + article("T1", "<modle/><channel>1</channel>", "b")
+            + article("T3", "<price>9</price>", " c") // which is no host
             + many_articles() + "</a>\n");
     const auto all = json_of(run_of(folder, {"--all-hosts", "--format", "json"}));
     const auto& summary = all["summary"];
