@@ -1,5 +1,6 @@
 #include "chain.h"
 
+#include "child_process.h"
 #include "formatted.h"
 #include "handles.h"
 #include "host_check.h"
@@ -7,7 +8,6 @@
 #include "silence.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <deque>
 #include <fontconfig/fontconfig.h>
@@ -76,21 +76,11 @@ running_check start_check(const chain& all, const std::string& host)
     return check;
 }
 
-std::string read_message(std::FILE* file)
-{
-    std::string message;
-    std::array<char, 16384> piece{};
-    std::rewind(file);
-    while (const std::size_t count = std::fread(piece.data(), 1, piece.size(), file))
-        message.append(piece.data(), count);
-    return message;
-}
-
 void end_check(const running_check& check, check_summary& summary, finding_groups& findings)
 {
     int status = -1;
     const bool well = check.process > 0 && waitpid(check.process, &status, 0) == check.process && status == 0
-        && add_message(read_message(check.message.get()), summary, findings);
+        && add_message(content_of(check.message.get()), summary, findings);
     if (!well)
         add_finding(findings,
             {.level = severity::error,
@@ -127,7 +117,7 @@ void check_all_hosts(
         show_progress(++done, files.hosts.size());
     };
     for (const auto& [host, articles] : files.hosts) {
-        if (running.size() > cores)
+        if (running.size() >= cores)
             end_first();
         running.push_back(start_check(all, host));
     }

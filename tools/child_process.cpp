@@ -23,16 +23,6 @@ struct process_files {
     owned_file messages{std::tmpfile()};
 };
 
-std::string content_of(std::FILE* file)
-{
-    std::string content;
-    std::array<char, 65536> piece{};
-    std::rewind(file);
-    while (const std::size_t count = std::fread(piece.data(), 1, piece.size(), file))
-        content.append(piece.data(), count);
-    return content;
-}
-
 /// Signals that this program waits for are none of the other's business.
 void let_signals_through(posix_spawnattr_t& attributes)
 {
@@ -57,6 +47,7 @@ pid_t start(const std::vector<std::string>& arguments, const process_files& file
     posix_spawnattr_init(&attributes);
     posix_spawn_file_actions_adddup2(&actions, fileno(files.output.get()), STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, fileno(files.messages.get()), STDERR_FILENO);
+    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1); // connections of browsers
     let_signals_through(attributes);
     pid_t process = -1;
     errno = posix_spawn(&process, "/proc/self/exe", &actions, &attributes, argv.data(), environ);
@@ -103,4 +94,14 @@ process_end run_again(
     end.output = content_of(files.output.get());
     end.messages = content_of(files.messages.get());
     return end;
+}
+
+std::string content_of(std::FILE* file)
+{
+    std::string content;
+    std::array<char, 65536> piece{};
+    std::rewind(file);
+    while (const std::size_t count = std::fread(piece.data(), 1, piece.size(), file))
+        content.append(piece.data(), count);
+    return content;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -17,3 +18,6 @@ struct process_end {
 /// can be read from the descriptor `call_off`, when it is killed.
 process_end run_again(
     const std::vector<std::string>& arguments, std::chrono::seconds time_limit, int call_off);
+
+/// All that a file holds, from its beginning on.
+std::string content_of(std::FILE* file);

@@ -1,9 +1,12 @@
 #include "page_server.h"
 
 #include "page.h"
+#include "text.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <httplib.h>
@@ -12,15 +15,18 @@
 #include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
-constexpr std::size_t threads = 24; ///< each open page keeps one
+constexpr std::size_t threads = 24;
+constexpr int streams_max = 20; ///< each keeps a thread; the others answer who comes next
 constexpr auto sign_of_life = std::chrono::seconds(2);
 constexpr int status_bad_request = 400;
 constexpr int status_forbidden = 403;
 constexpr int status_not_found = 404;
 constexpr int status_method_not_allowed = 405;
+constexpr int status_unavailable = 503;
 
 /// The document, and who waits for another one.
 struct board {
@@ -29,21 +35,35 @@ struct board {
     std::uint64_t revision = 0;
     std::string document{};
     bool is_ending = false;
+    std::atomic<int> streams = 0;
 };
 
-/// "shop:8090" without its port; brackets of an IPv6 address go too.
-std::string host_without_port(const std::string& host)
+/// "shop:8090" without its port, in small letters and without the dot of a full name; brackets of an IPv6
+/// address go too. Empty when it is none of these.
+std::string host_without_port(std::string host)
 {
-    if (host.starts_with('['))
-        return host.substr(1, host.find(']') - 1);
-    return host.substr(0, host.find(':'));
+    const bool is_bracketed = host.starts_with('[');
+    const std::size_t end = is_bracketed ? host.find(']') : std::min(host.find(':'), host.size());
+    if (end == std::string::npos)
+        return "";
+    const std::string port = host.substr(end + (is_bracketed ? 1 : 0));
+    if (!port.empty() && (port[0] != ':' || port.find_first_not_of("0123456789", 1) != std::string::npos))
+        return "";
+    host = host.substr(0, end).substr(is_bracketed ? 1 : 0);
+    std::ranges::transform(host, host.begin(), ascii_lower);
+    if (host.ends_with('.'))
+        host.pop_back();
+    return host;
 }
 
-bool is_ip_address(const std::string& host)
+/// The bytes of an IP address, so that all ways to write it are one; nothing of what is none.
+std::vector<unsigned char> ip_address(const std::string& host)
 {
-    std::array<unsigned char, sizeof(in6_addr)> address{};
-    return inet_pton(AF_INET, host.c_str(), address.data()) == 1
-        || inet_pton(AF_INET6, host.c_str(), address.data()) == 1;
+    std::vector<unsigned char> address(sizeof(in6_addr));
+    if (inet_pton(AF_INET6, host.c_str(), address.data()) == 1)
+        return address;
+    address.resize(sizeof(in_addr));
+    return inet_pton(AF_INET, host.c_str(), address.data()) == 1 ? address : std::vector<unsigned char>{};
 }
 
 std::string name_of_this_computer()
@@ -53,19 +73,26 @@ std::string name_of_this_computer()
     return name.data();
 }
 
-/// A name that somebody else owns may be made to stand for this computer; an address may not.
+/// A name that somebody else owns may be made to stand for this computer; an address may not. One that is not
+/// the server's is of use where it serves on all.
 bool is_ours(const std::string& host, const std::string& address)
 {
     const std::string name = host_without_port(host);
-    return name == "localhost" || name == address || is_ip_address(name)
-        || (address != "127.0.0.1" && name == name_of_this_computer());
+    const auto served = ip_address(address);
+    const bool is_of_all = std::ranges::all_of(served, [](unsigned char byte) { return byte == 0; });
+    if (const auto asked = ip_address(name); !asked.empty())
+        return is_of_all || asked == served;
+    return name == "localhost" || equal_ignoring_case(name, address)
+        || (address != "127.0.0.1" && !name.empty() && equal_ignoring_case(name, name_of_this_computer()));
 }
 
-/// Whether a page of another origin asks.
+/// Whether a page of another site asks, or leads here. Browsers tell of the latter to this computer alone.
 bool is_foreign(const httplib::Request& request)
 {
     const std::string origin = request.get_header_value("Origin");
-    return !origin.empty() && origin != "http://" + request.get_header_value("Host");
+    const std::string site = request.get_header_value("Sec-Fetch-Site");
+    return (!origin.empty() && origin != "http://" + request.get_header_value("Host"))
+        || (!site.empty() && site != "same-origin" && site != "none");
 }
 
 int refusal_of(const httplib::Request& request, const std::string& address)
@@ -82,7 +109,7 @@ int refusal_of(const httplib::Request& request, const std::string& address)
 const char* reason_of(int status)
 {
     return status == status_bad_request       ? "which host?\n"
-        : status == status_forbidden          ? "this host name or origin is not served\n"
+        : status == status_forbidden          ? "not for this host name, nor from the pages of another site\n"
         : status == status_method_not_allowed ? "only GET and HEAD\n"
                                               : "only the page is here\n";
 }
@@ -131,13 +158,21 @@ bool is_ending(board& shown)
 
 void answer_events(board& shown, const httplib::Request& request, httplib::Response& response)
 {
-    response.set_chunked_content_provider("text/event-stream",
+    if (++shown.streams > streams_max) {
+        --shown.streams;
+        response.status = status_unavailable;
+        response.set_content("too many pages are open\n", "text/plain");
+        return;
+    }
+    response.set_chunked_content_provider(
+        "text/event-stream",
         [&shown, revision = revision_at(request)](std::size_t /*offset*/, httplib::DataSink& sink) mutable {
             const std::string event = next_event(shown, revision);
             if (is_ending(shown))
                 return false;
             return sink.write(event.data(), event.size());
-        });
+        },
+        [&shown](bool /*success*/) { --shown.streams; });
 }
 
 } // namespace

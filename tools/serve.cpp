@@ -1,6 +1,7 @@
 #include "serve.h"
 
 #include "page_server.h"
+#include "preview.h"
 #include "served_page.h"
 #include "watch.h"
 
@@ -13,9 +14,8 @@
 
 namespace {
 
-constexpr int status_well = 0;
-constexpr int status_no_preview = 2;
-constexpr int pause_ms = 100; ///< between two looks at the files
+constexpr int pause_ms = 100;     ///< between two looks at the files
+constexpr int longest_pauses = 5; ///< for which a file that goes on changing is waited for
 constexpr auto drawing_limit = std::chrono::seconds(60);
 
 /// A descriptor from which SIGINT and SIGTERM can be read, which do nothing else any longer, in no thread.
@@ -61,16 +61,18 @@ void tell(const std::string& line)
     std::fflush(stdout);
 }
 
-/// Draws whenever the files are others than those drawn, and have stayed the same for a pause: an editor may
-/// still be writing them.
+/// Draws whenever the files are others than those drawn. An editor may still be writing them: they are to
+/// stay the same for a pause, but not for ever.
 void follow_files(page_server& server, const preview_options& options, int signals)
 {
     served_page page{.revision = first_revision()};
     std::string drawn;
     std::string before;
+    int pauses = 0; // since the first change
     do {
         const std::string now = state_of_files(options.resources, options.background);
-        if (now != drawn && (now == before || drawn.empty())) {
+        pauses = now == drawn ? 0 : pauses + 1;
+        if (now != drawn && (now == before || drawn.empty() || pauses > longest_pauses)) {
             const process_end drawing = run_again(arguments_of_drawing(options), drawing_limit, signals);
             if (drawing.is_called_off)
                 return;
@@ -78,6 +80,7 @@ void follow_files(page_server& server, const preview_options& options, int signa
             publish(server, page.revision, page.document);
             tell(line_about(page));
             drawn = now;
+            pauses = 0;
         }
         before = now;
     } while (!pause_or_end(signals));

@@ -26,18 +26,40 @@ ordered_json trouble_of(const process_end& drawing)
         .what = "the screens cannot be drawn: " + why.substr(0, why.find_last_not_of('\n') + 1)});
 }
 
+/// The only screen of that code; null when there is none, or several, or it is empty.
+const ordered_json* only_screen(const ordered_json& page, const ordered_json& code)
+{
+    const ordered_json* only = nullptr;
+    for (const ordered_json& screen : page["screens"])
+        if (screen["code"] == code) {
+            if (only != nullptr || code == "")
+                return nullptr;
+            only = &screen;
+        }
+    return only;
+}
+
 /// A screen that cannot be prepared keeps its last good picture.
 void keep_pictures(ordered_json& page, const ordered_json& before)
 {
     for (ordered_json& screen : page["screens"]) {
-        const auto same = std::ranges::find_if(
-            before["screens"], [&](const ordered_json& each) { return each["code"] == screen["code"]; });
-        if (screen["prepared"] == true || same == before["screens"].end())
+        const ordered_json* const same = only_screen(before, screen["code"]);
+        if (screen["prepared"] == true || same == nullptr || only_screen(page, screen["code"]) == nullptr)
             continue;
         for (const char* part : {"picture", "drawn", "regions"})
             screen[part] = (*same)[part];
         screen["last_good"] = true;
     }
+}
+
+/// Whether a file cannot be read that could before.
+bool has_new_trouble(const ordered_json& page, const ordered_json& before)
+{
+    const auto is_known = [&](const ordered_json& found) {
+        return std::ranges::any_of(
+            before["trouble"], [&](const ordered_json& known) { return known["file"] == found["file"]; });
+    };
+    return !std::ranges::all_of(page["trouble"], is_known);
 }
 
 ordered_json parsed(const std::string& text)
@@ -56,9 +78,9 @@ ordered_json next_page(served_page& page, const process_end& drawing)
     const ordered_json before = parsed(page.last_good);
     ordered_json drawn = parsed(drawing.output);
     const bool is_drawn = drawing.status >= 0 && !drawing.output.empty() && drawn.is_object();
-    if (is_drawn && (drawn["trouble"].empty() || page.last_good.empty())) {
+    if (is_drawn && (page.last_good.empty() || !has_new_trouble(drawn, before))) {
         keep_pictures(drawn, before);
-        if (drawn["trouble"].empty())
+        if (drawn["trouble"].empty() || !drawn["screens"].empty())
             page.last_good = text_of(drawn);
         return drawn;
     }

@@ -3,7 +3,9 @@
 #include "canvas.h"
 #include "capture.h"
 #include "screen_file.h"
+#include "served_page.h"
 #include "temporary.h"
+#include "watch.h"
 
 #include <cstring>
 #include <fstream>
@@ -451,6 +453,50 @@ TEST(Preview, ShowsAnArticleAloneAsAmongAll)
     const auto alone = read_file(folder.path / "out/screen-2-A2.png");
     run_of(folder, {});
     EXPECT_EQ(alone, read_file(folder.path / "out/screen-2-A2.png"));
+}
+
+/// A drawing whose screens have these codes and, when they are prepared, their codes as pictures.
+process_end drawing(const std::vector<std::string>& codes, bool prepared, const std::string& unreadable)
+{
+    nlohmann::json page{{"findings", nlohmann::json::array()}, {"screens", nlohmann::json::array()},
+        {"trouble", {{{"file", unreadable}, {"what", "cannot be read"}}}}};
+    for (const std::string& code : codes)
+        page["screens"].push_back({{"code", code}, {"prepared", prepared}, {"picture", prepared ? code : ""},
+            {"drawn", ""}, {"regions", nlohmann::json::array()}});
+    return {.status = 1, .output = page.dump()};
+}
+
+TEST(Preview, ServesTheLastGoodScreens)
+{
+    served_page page;
+    const auto take = [&](const process_end& drawn) {
+        take_drawing(page, drawn);
+        std::string pictures;
+        const auto document = nlohmann::json::parse(page.document);
+        for (const auto& screen : document["screens"])
+            pictures += screen["picture"].get<std::string>() + ";";
+        return pictures;
+    };
+    EXPECT_EQ(take(drawing({"a", "b", "b"}, true, "referencieltv.xml")), "a;b;b;"); // it was never there
+    EXPECT_EQ(take(drawing({}, true, "infostv.xml")), "a;b;b;");
+    EXPECT_EQ(line_about(page), "infostv.xml cannot be read");
+    EXPECT_EQ(take(drawing({"b", "b", "a"}, false, "referencieltv.xml")), ";;a;");
+    take({.messages = "it has crashed\n"});
+    EXPECT_EQ(line_about(page), "the screens cannot be drawn: it has crashed");
+}
+
+TEST(Preview, WatchesTheFilesOfTheShopAlone)
+{
+    const temporary_folder folder;
+    const auto state = [&] { return state_of_files(folder.path.string(), "606060"); };
+    const std::string before = state();
+    write_file(folder, "log.txt", "drawn");
+    EXPECT_EQ(state(), before);
+    for (const char* name : {"infostv.xml", "Logo.PNG"}) {
+        const std::string unchanged = state();
+        write_file(folder, name, "new");
+        EXPECT_NE(state(), unchanged) << name;
+    }
 }
 
 TEST(Preview, LaysScreensOverTheBackgroundByOpacity)

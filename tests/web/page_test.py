@@ -269,7 +269,10 @@ class Page(unittest.TestCase):
         port = int(self.url.rsplit(":", 1)[1].strip("/"))
         for method, path, headers, status in (("GET", "/", {}, 200), ("GET", "/infostv.xml", {}, 404),
                 ("GET", "/../shop/infostv.xml", {}, 404), ("POST", "/", {}, 405), ("DELETE", "/events", {}, 405),
-                ("GET", "/", {"Host": "shop.example"}, 403), ("GET", "/events", {"Origin": "http://shop.example"}, 403)):
+                ("GET", "/", {"Host": "shop.example"}, 403), ("GET", "/", {"Host": "[::1"}, 403),
+                ("GET", "/", {"Host": "127.0.0.1:80@shop.example"}, 403), ("GET", "/", {"Host": "192.0.2.1"}, 403),
+                ("GET", "/", {"Host": "LOCALHOST.:80"}, 200), ("GET", "/", {"Sec-Fetch-Site": "cross-site"}, 403),
+                ("GET", "/events", {"Origin": "http://shop.example"}, 403)):
             connection = http.client.HTTPConnection("127.0.0.1", port, timeout=60)
             connection.request(method, path, headers=headers)
             self.assertEqual(connection.getresponse().status, status, f"{method} {path} {headers}")
