@@ -285,7 +285,7 @@ void check_host_names(
         const article_element& article = files.listed[files.hosts.at(odd).front()];
         take({.level = severity::warning,
             .kind = "wrong-host",
-            .at = in_file(files.articles, article.at),
+            .at = in_file(files.articles, article[article_field::ovu]),
             .article = article.code,
             .host = odd,
             .what = formatted("the host \"%s\" is not \"%s\": letter case matters, and a board has one name",
@@ -381,7 +381,8 @@ std::vector<dropped_article> dropped_articles(const shop_files& files, const std
                                        : formatted("it is for host %s", article.host.c_str()),
             .is_near = article.host.empty() || article.host == host});
     }
-    std::ranges::stable_partition(dropped, &dropped_article::is_near);
+    std::stable_partition(
+        dropped.begin(), dropped.end(), [](const dropped_article& article) { return article.is_near; });
     return dropped;
 }
 

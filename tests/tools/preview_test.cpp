@@ -292,7 +292,7 @@ const planted_mistake mistakes[] = {
     {"infostv", "<model>Gipfel 40</model>", "<model></model>", "infostv.xml:11: warning", {"no model"}},
     {"infostv", "<model>Gipfel 40</model>\n<price>99</price>", "", "infostv.xml:11: error",
         {"neither model, price nor brand"}},
-    {"infostv", "stand-1</ovu>\n<channel>22", "Stand-1</ovu>\n<channel>22", "infostv.xml:11: warning",
+    {"infostv", "stand-1</ovu>\n<channel>22", "Stand-1</ovu>\n<channel>22", "infostv.xml:12: warning",
         {"\"Stand-1\" is not \"stand-1\"", "letter case"}},
     {"infostv", "\"T2\"", "\"\"", "infostv.xml:11: warning", {"no code"}},
     {"referencieltv", "\"T1\"", "\"t1 \"", "infostv.xml:2: warning", {"no article \"T1\"", "mean \"t1 \"?"}},
