@@ -124,7 +124,7 @@ void check_font(
         .kind = "font-not-installed",
         .at = at,
         .region = region,
-        .what = formatted("the font \"%s\" is not installed here: viewers see \"%s\"%s", family,
+        .what = formatted(R"(the font "%s" is not installed here: viewers see "%s"%s)", family,
             font.family.c_str(), font.has_same_widths ? ", which has the same widths" : ""),
         .advice = "install the font, here and on the boards, or name one that is: fc-list lists them"});
 }
@@ -138,7 +138,7 @@ void check_characters(article_check& check, const source_position& at, const std
             .kind = "missing-character",
             .at = at,
             .region = region,
-            .what = formatted("viewers see a box: the font \"%s\" lacks the character \"%s\"",
+            .what = formatted(R"(viewers see a box: the font "%s" lacks the character "%s")",
                 font.family.c_str(), character.c_str()),
             .advice = "write it in other characters, or choose another font in the layout"});
 }
@@ -213,8 +213,8 @@ std::string rename_advice(const std::string& neighbour, const std::string& name,
     const std::string meant = without_blanks(name);
     const std::string rename = neighbour == meant ? ""
         : equal_ignoring_case(neighbour.substr(neighbour.rfind('.')), ".png")
-        ? formatted("rename \"%s\" to \"%s\"", neighbour.c_str(), meant.c_str())
-        : formatted("save \"%s\" as a PNG file \"%s\"", neighbour.c_str(), meant.c_str());
+        ? formatted(R"(rename "%s" to "%s")", neighbour.c_str(), meant.c_str())
+        : formatted(R"(save "%s" as a PNG file "%s")", neighbour.c_str(), meant.c_str());
     const std::string write = meant == name ? "" : formatted("write %s without the blanks around it", text);
     return write + (write.empty() || rename.empty() ? "" : "; ") + rename;
 }
@@ -443,7 +443,7 @@ void report_overlap(
         .kind = "regions-overlap",
         .at = region_position(context.places, region),
         .region = region,
-        .what = formatted("\"%s\" and \"%s\" overlap: receivers may differ", one.c_str(), other.c_str()),
+        .what = formatted(R"("%s" and "%s" overlap: receivers may differ)", one.c_str(), other.c_str()),
         .advice = "move one of them; the icons lie from 603 to 690 across, whatever the layout says"});
 }
 

@@ -219,7 +219,7 @@ void check_field_name(article_reader& reader, std::string_view name)
     add(reader, reader.text.at,
         {.level = is_other ? severity::error : severity::warning,
             .kind = "inexact-name",
-            .what = formatted("\"%s\" counts as \"%s\": names count by their beginning",
+            .what = formatted(R"("%s" counts as "%s": names count by their beginning)",
                 std::string(name).c_str(), field.data()),
             .advice = is_other
                 ? formatted("did you mean \"%s\"?", near.data())
@@ -318,7 +318,7 @@ void check_first_piece(article_reader& reader)
             .what = trimmed(*text.kept).empty()
                 ? formatted("viewers see a box instead of \"%s\": the text ends %s before it", line.c_str(),
                     text.cause.empty() || *text.kept == "\n" ? "at the line break" : text.cause.c_str())
-                : formatted("viewers see only \"%s\" of \"%s\": the text ends %s",
+                : formatted(R"(viewers see only "%s" of "%s": the text ends %s)",
                     on_one_line(*text.kept).c_str(), line.c_str(), text.cause.c_str()),
             .advice = plain
                 ? formatted("write <%s>%s</%s>, in one piece", name.c_str(), line.c_str(), name.c_str())
@@ -358,7 +358,7 @@ void check_word(article_reader& reader)
             .what = is_whole ? formatted("\"%s\" comes in pieces: no icon is shown", written.c_str())
                 : is_word
                 ? formatted("\"%s\" has blanks around it: no icon is shown", reader.text.full.c_str())
-                : formatted("\"%s\" is not \"%s\": no icon is shown", written.c_str(), word.data()),
+                : formatted(R"("%s" is not "%s": no icon is shown)", written.c_str(), word.data()),
             .advice = formatted("write <%s>%s</%s>, in one piece and without blanks",
                 reader.field->name.data(), word.data(), reader.field->name.data()),
             .same = "word"});
@@ -381,7 +381,7 @@ void check_ovu(article_reader& reader)
         add(reader, reader.text.at,
             {.level = severity::error,
                 .kind = "wrong-host",
-                .what = formatted("the host counts as \"%s\", not as \"%s\": the article is shown nowhere",
+                .what = formatted(R"(the host counts as "%s", not as "%s": the article is shown nowhere)",
                     reader.article->host.c_str(), meant.c_str()),
                 .advice = formatted("write <ovu>%s</ovu>, on one line and without blanks", meant.c_str()),
                 .same = "host"});

@@ -191,7 +191,7 @@ void check_flag(layout_reader& reader, const char* name, std::string_view value)
             {.level = severity::error,
                 .kind = "not-yes",
                 .what = formatted("%s \"%s\" counts as no", name, std::string(value).c_str()),
-                .advice = "write \"yes\" or \"no\", in small letters"});
+                .advice = R"(write "yes" or "no", in small letters)"});
 }
 
 void check_value(layout_reader& reader, const char* name, const char* value)
