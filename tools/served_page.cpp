@@ -32,7 +32,7 @@ const ordered_json* only_screen(const ordered_json& page, const ordered_json& co
     const ordered_json* only = nullptr;
     for (const ordered_json& screen : page["screens"])
         if (screen["code"] == code) {
-            if (only != nullptr || code == "")
+            if (only != nullptr || code.get_ref<const std::string&>().empty())
                 return nullptr;
             only = &screen;
         }
