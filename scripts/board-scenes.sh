@@ -206,8 +206,8 @@ air_scene() {
     exposure=$(systemd-analyze security tsinsertd.service | sed -n 's/.*Overall exposure level[^:]*: //p')
     report "exposure level: $exposure"
     holds "the exposure level is at most 0.6" awk -v level="${exposure%% *}" 'BEGIN { exit !(level != "" && level <= 0.6) }'
-    # A round of the services, on a busy host half a minute.
-    holds "the time comes on air" within 90 eval 'property StatusText | grep -q "last TDT"'
+    # A round of the services, on a busy host more than a minute.
+    holds "the time comes on air" within 180 eval 'property StatusText | grep -q "last TDT"'
     let_run
     report "memory: $(property MemoryCurrent) bytes; processor: $(property CPUUsageNSec) ns in all"
     report "status: $(property StatusText)"
