@@ -288,7 +288,7 @@ void check_host_names(
             .at = in_file(files.articles, article[article_field::ovu]),
             .article = article.code,
             .host = odd,
-            .what = formatted("the host \"%s\" is not \"%s\": letter case matters, and a board has one name",
+            .what = formatted(R"(the host "%s" is not "%s": letter case matters, and a board has one name)",
                 odd.c_str(), usual.c_str()),
             .advice = formatted("did you mean \"%s\"?", usual.c_str()),
             .same = "case"});

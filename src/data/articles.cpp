@@ -175,6 +175,7 @@ article_index index_of(item* head)
     std::size_t count = 0;
     for (const item* article = head; article != nullptr; article = article->next)
         ++count;
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): it is an array of pointers.
     index.articles.reset(static_cast<item**>(std::calloc(count, sizeof(item*))));
     if (index.articles == nullptr)
         return index;
