@@ -111,12 +111,13 @@ TEST(UsbAdapter, AcknowledgesForTheDeviceAlone)
     EXPECT_FALSE(device.write({0, 0}, 6)) << "another address";
     EXPECT_EQ(device.run->device.violation_count, 0U);
     EXPECT_FALSE(device.write({7, 0})) << "a register that there is not";
-    EXPECT_EQ(device.run->device.violation_count, 1U);
+    EXPECT_FALSE(device.write(bytes(34, 32))) << "33 bytes into a register, and a block of SMBus has 32";
+    EXPECT_EQ(device.run->device.violation_count, 2U);
     device.bus.device_absent = true;
     EXPECT_FALSE(device.write({0, 0}));
     EXPECT_EQ(device.read(0, 1), std::nullopt);
     EXPECT_FALSE(device.write({})) << "the question whether there is somebody";
-    EXPECT_EQ(device.run->device.violation_count, 1U);
+    EXPECT_EQ(device.run->device.violation_count, 2U);
 }
 
 /// A second daemon finds the device inserting. What it begins anew is no fault; what the first one did is.
