@@ -57,35 +57,32 @@ fetch_musl() {
     ln -sfn "$root/usr/include/linux" "$root/usr/include/asm-generic" "$root/usr/include/$triplet/asm" "$tree/kernel"
 }
 
-# Debian's compiler with musl in place of its own C library, as Debian's musl-gcc does it for C.
+# Debian's compiler with musl in place of its own C library. When it links, it names what a program begins and
+# ends with and the libraries itself.
+write_compiler() {
+    local name=$1 compile="$triplet-$2-12 -static -no-pie -nostdinc $3" runtime=$4 includes="" folder
+    local libraries=$root/usr/lib/$musl
+    shift 4
+    for folder in "$@" "$prefix/include" "$root/usr/include/$musl" "$("$triplet-gcc-12" -print-file-name=include)" \
+        "$tree/kernel"; do
+        includes+=" -isystem $folder"
+    done
+    cat >"$tree/bin/$name" <<WRAPPER
+#!/bin/sh
+case " \$* " in
+*' -c '* | *' -S '* | *' -E '*) exec $compile "\$@"$includes ;;
+esac
+exec $compile -nostdlib -L$prefix/lib -L$libraries $libraries/crt1.o $libraries/crti.o \
+    $("$triplet-gcc-12" -print-file-name=crtbeginT.o) "\$@"$includes -x none $runtime \
+    -Wl,--start-group -lgcc -lgcc_eh -lc $tree/bin/unwinding.o -Wl,--end-group \
+    $("$triplet-gcc-12" -print-file-name=crtend.o) $libraries/crtn.o
+WRAPPER
+    chmod +x "$tree/bin/$name"
+}
+
 write_compilers() {
-    local own libraries=$root/usr/lib/$musl includes=$root/usr/include/$musl
-    own=$("$triplet-gcc-12" -print-file-name=include)
-    cat >"$tree/bin/specs" <<SPECS
-%rename link old_link
-
-*link_libgcc:
--L$prefix/lib -L$libraries
-
-*libgcc:
-libgcc.a%s libgcc_eh.a%s $tree/bin/unwinding.o
-
-*startfile:
-$libraries/crt1.o $libraries/crti.o crtbeginT.o%s
-
-*endfile:
-crtend.o%s $libraries/crtn.o
-
-*link:
-%(old_link) -nostdlib
-SPECS
-    local common="-specs $tree/bin/specs -static -no-pie -nostdinc"
-    printf '#!/bin/sh\nexec %s-gcc-12 %s "$@" -isystem %s -isystem %s -isystem %s -isystem %s\n' "$triplet" "$common" \
-        "$prefix/include" "$includes" "$own" "$tree/kernel" >"$tree/bin/$musl-gcc"
-    printf '#!/bin/sh\nexec %s-g++-12 %s -nostdinc++ "$@" -isystem %s -isystem %s -isystem %s -isystem %s -isystem %s -isystem %s\n' \
-        "$triplet" "$common" "$prefix/include/c++/12" "$prefix/include/c++/12/$musl" "$prefix/include" "$includes" "$own" \
-        "$tree/kernel" >"$tree/bin/$musl-g++"
-    chmod +x "$tree/bin/$musl-gcc" "$tree/bin/$musl-g++"
+    write_compiler "$musl-gcc" gcc "" ""
+    write_compiler "$musl-g++" g++ -nostdinc++ "-lstdc++ -lm" "$prefix/include/c++/12" "$prefix/include/c++/12/$musl"
     # What Debian's unwinder asks glibc for. That nothing is found lets an exception, which nobody here would
     # catch, end the program as it does elsewhere.
     echo 'int _dl_find_object(void *at, void *found) { (void)at; (void)found; return -1; }' |
