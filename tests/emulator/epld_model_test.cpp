@@ -95,6 +95,18 @@ TEST(EpldModel, ReportsWhatADaemonMustNotWrite)
     }
 }
 
+/// The rest of a PES packet, too, waits for slot 1.
+TEST(EpldModel, ReportsTheRestOfSubtitlesBeforeItsTurn)
+{
+    epld_model device = with_stream_slots();
+    load(device, 1, 0x87);
+    for (const std::uint16_t address : std::array<std::uint16_t, 2>{400, 588})
+        write_at(device, address, packet(subtitle_pid, false, 1));
+    write_at(device, 0, {0x83});
+    ASSERT_EQ(device.violation_count, 1U);
+    EXPECT_EQ(device.violations[0].kind, violation_kind::armed_too_early);
+}
+
 TEST(EpldModel, ReportsWhatRegistersDoNotKnow)
 {
     epld_model device = with_stream_slots();

@@ -107,7 +107,7 @@ const previewed_shop shops[] = {
     {"wrong options", article("A1", ""), price_region, {},
         {{"--colour"}, {"--output"}, {"--output", ""}, {"shop"}, {"--resources", std::string(127, 'a')},
             {"--resources", "/no/such"}, {"--background", "/no/such.png"}, {"--background", "1020FG"},
-            {"--article", "A2"}, {"--output", "/dev/null/out"}, {"-h"}}},
+            {"--article", "A2"}, {"--output", "/dev/null/out"}, {"--serve", "--colour"}, {"-h"}}},
 };
 
 /// Every pixel as good as random: nothing that run lengths could shorten.
