@@ -4,7 +4,6 @@
 #include "report.h"
 #include "setup.h"
 
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -150,7 +149,7 @@ daemon_end wait_for_daemon(pid_t daemon, const emulation& run, const sigset_t& s
         const int signal = sigtimedwait(&signals, nullptr, &interval);
         if (signal == SIGINT || signal == SIGTERM)
             kill(daemon, SIGTERM);
-        if (signal < 0 && errno == EAGAIN && terminal) {
+        if (signal < 0 && terminal) {
             show_progress(run);
             shown = true;
         }

@@ -132,6 +132,14 @@ TEST(Verdict, WantsEveryTableAndServiceAtItsRate)
     EXPECT_THAT(silent.faults(), testing::Not(HasSubstr("PID 4368")));
 }
 
+TEST(Verdict, WantsNothingOfADaemonWhoseOutputIsOnEthernet)
+{
+    const auto run = std::make_unique<emulation>();
+    run->output_on_ethernet = true;
+    EXPECT_TRUE(faults_of(*run, daemon_end{}).empty());
+    EXPECT_FALSE(faults_of(*run, daemon_end{.status = 1 << 8}).empty());
+}
+
 TEST(Verdict, IsNotGivenWithoutARun)
 {
     for (const char* option : {"--encoder", "--stream", "--resources"})

@@ -2,6 +2,7 @@
 
 #include "canvas.h"
 #include "capture.h"
+#include "child_process.h"
 #include "screen_file.h"
 #include "served_page.h"
 #include "temporary.h"
@@ -9,10 +10,12 @@
 
 #include <cstring>
 #include <fstream>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 #include <regex>
 #include <set>
+
+using testing::HasSubstr;
 
 // Runs of the preview on shops full of mistakes, compared with reports that somebody has read. After a change
 // that is meant, UPDATE_RECORDS=1 writes the reports anew: read what git shows of them.
@@ -71,7 +74,9 @@ const previewed_shop shops[] = {
             + R"(<region name="brand"/><region name="warranty"/>)"},
     {"not shown", many_articles(), price_region, {}, {{"--article", "N40"}}},
     {"missing things",
-        article("A1", "<brand>No NAME</brand><price>9</price><usb>1</usb><hd>SD</hd><warranty>2</warranty>"),
+        article("A1",
+            "<brand>No NÀMÉ, éèêë éèêë éèêë éèêë "
+            "éèêë</brand><price>9</price><usb>1</usb><hd>SD</hd><warranty>2</warranty>"),
         region("brand", R"(x_pos="500" y_pos="300" width="100" height="40")") + region("modle", "")
             + R"(<region name="price" width="9" height="0"><text font="Liberation Sans" size="9"/></region>)"
             + R"(<region name="warranty" width="50" height="50" x_pos="560"/><region name="price"/>)"},
@@ -314,6 +319,8 @@ const planted_mistake mistakes[] = {
     {"infostv", "<price>", "<price>first</price><price>", "infostv.xml:7: warning", {"comes twice"}},
     {"infostv", "</shop>", "</shops>", "infostv.xml:17: error", {"not well-formed"}},
     {"referencieltv", "hdmi>", "hdmy>", "referencieltv.xml:3: error", {"\"hdmi\"", "T1"}},
+    {"referencieltv", "hdmi>", "usb>", "referencieltv.xml:3: warning", {"no icon \"usb.png\"", "T1"}},
+    {"referencieltv", "code=", "codex=", "referencieltv.xml:2: error", {"ignores the whole article"}},
 };
 
 std::string replaced(const std::string& text, const planted_mistake& mistake, const std::string& file)
@@ -437,6 +444,33 @@ TEST(Preview, ShowsTheScreenOfAnArticle)
     };
     for (const auto& [column, line, colour] : pixels)
         EXPECT_EQ(shown.at(720 * line + column), colour) << column;
+    for (const auto& [ground, picture] :
+        {std::pair{"606060", ""}, {"ground.png", "data:image/png;base64,"}}) {
+        const auto path = folder.path / ground;
+        const bool is_file = std::filesystem::exists(path);
+        const auto page =
+            json_of(run_of(folder, {"--format", "page", "--background", is_file ? path : ground}));
+        EXPECT_EQ(page["background"]["picture"].get<std::string>().substr(0, 22), picture);
+        EXPECT_TRUE(page["screens"][0]["drawn"].get<std::string>().starts_with("data:image/png;base64,"));
+    }
+}
+
+TEST(Preview, SaysWhichFileCannotBeRead)
+{
+    const host_settings settings;
+    const temporary_folder folder;
+    plant(folder, {});
+    std::filesystem::remove(folder.path / "referencieltv.xml");
+    std::filesystem::create_symlink("/proc/self/mem", folder.path / "referencieltv.xml"); // nothing at 0
+    const std::string report = run_of(folder, {});
+    EXPECT_THAT(finding_at(report, "referencieltv.xml: error"), HasSubstr("cannot be read")) << report;
+}
+
+TEST(Preview, SaysWhyADrawingDoesNotStart)
+{
+    const process_end end = run_again({"preview", std::string(1U << 20U, 'a')}, std::chrono::seconds(1), -1);
+    EXPECT_EQ(end.status, -1);
+    EXPECT_EQ(end.failure, "Argument list too long");
 }
 
 TEST(Preview, ShowsAnArticleAloneAsAmongAll)
