@@ -75,6 +75,8 @@ const struct {
     {"no end byte", violation_kind::bad_slot_header, 0, {0x82, 2, 0x20, 188, 0xFF}, {}, {}},
     {"packets over those of another slot", violation_kind::runs_overlap, 0,
         {0x82, 2, 0x20, 188, 0x82, 25, 0x20, 188, 0x82, 3, 0x20, 188, 0}, {}, {}},
+    {"packets over those of the slot before", violation_kind::runs_overlap, 0,
+        {0x82, 2, 0x20, 188, 0x82, 25, 0x20, 188, 0x82, 26, 0x20, 188, 0}, {}, {}},
     {"packets over the header table", violation_kind::runs_overlap, 0, {0x82, 0, 3, 188, 0}, {}, {}},
 };
 

@@ -113,11 +113,16 @@ TEST(UsbAdapter, AcknowledgesForTheDeviceAlone)
     EXPECT_FALSE(device.write({7, 0})) << "a register that there is not";
     EXPECT_FALSE(device.write(bytes(34, 32))) << "33 bytes into a register, and a block of SMBus has 32";
     EXPECT_EQ(device.run->device.violation_count, 2U);
+    bytes selected{0};
+    bytes value(1);
+    EXPECT_TRUE(device.put(1, 5, selected));
+    EXPECT_FALSE(device.put(3, 5, value, 1)) << "a read of its own, which selects no register";
+    EXPECT_EQ(device.run->device.violation_count, 3U);
     device.bus.device_absent = true;
     EXPECT_FALSE(device.write({0, 0}));
     EXPECT_EQ(device.read(0, 1), std::nullopt);
     EXPECT_FALSE(device.write({})) << "the question whether there is somebody";
-    EXPECT_EQ(device.run->device.violation_count, 2U);
+    EXPECT_EQ(device.run->device.violation_count, 3U);
 }
 
 /// A second daemon finds the device inserting. What it begins anew is no fault; what the first one did is.
@@ -131,6 +136,7 @@ TEST(UsbAdapter, JudgesEachProgrammingByItself)
     ASSERT_TRUE(program_without_a_slot());
     EXPECT_THAT(faults_of(*device.run, device.bus.sessions), IsEmpty());
     device.run->statistics.by_pid[20].counter_errors = 1;
+    device.run->now_ns = 3'600'000'000'000; // without a daemon, which is no fault
     ASSERT_TRUE(program_without_a_slot());
     EXPECT_EQ(device.run->statistics.by_pid[20].counter_errors, 0U);
     EXPECT_THAT(faults_of(*device.run, device.bus.sessions),

@@ -76,7 +76,8 @@ const previewed_shop shops[] = {
     {"missing things",
         article("A1",
             "<brand>No NÀMÉ, éèêë éèêë éèêë éèêë "
-            "éèêë</brand><price>9</price><usb>1</usb><hd>SD</hd><warranty>2</warranty>"),
+            "éèêë</brand><price>9</price><usb>1</usb><hd>SD</hd><warranty>2</warranty>")
+            + "<article><ovu>stand-1</ovu><channel>9</channel><price>9</price></article>",
         region("brand", R"(x_pos="500" y_pos="300" width="100" height="40")") + region("modle", "")
             + R"(<region name="price" width="9" height="0"><text font="Liberation Sans" size="9"/></region>)"
             + R"(<region name="warranty" width="50" height="50" x_pos="560"/><region name="price"/>)"},
@@ -311,11 +312,13 @@ const planted_mistake mistakes[] = {
     {"infostv", ">Arbaro<", ">Arbaro <", "infostv.xml:5: error", {"write the brand without the blanks"}},
     {"infostv", ">Arbaro<", ">Arbàro<", "infostv.xml:5: error", {"rename \"arbaro.png\" to \"arbàro.png\""}},
     {"infostv", "32\"</size>", "80 cm (32\")</size>", "infostv.xml:8: error", {"is cut", "region banner"}},
+    {"layout", "<image/>", "<image keepRatio=\"YES\"/>", "layout.xml:8: error",
+        {"\"YES\" counts as no", "write \"yes\" or \"no\""}},
     {"layout", "Liberation Sans", "Liberty Sand", "layout.xml:3: error", {"not installed", "DejaVu Sans"}},
     {"infostv", "Gipfel 32", "Gipfel 山", "infostv.xml:6: error", {"lacks the character \"山\""}},
     {"infostv", ">Arbaro<", ">Falada<", "infostv.xml:5: error",
         {"name is drawn", "\"Falada.png\"", "\"falada.png\""}},
-    {"infostv", ">Arbaro<", ">Photo<", "photo.png: error", {"a JPEG picture", "does not start"}},
+    {"infostv", ">Arbaro<", ">Photo<", "photo.png: error", {"a WebP picture", "does not start"}},
     {"infostv", "<price>", "<price>first</price><price>", "infostv.xml:7: warning", {"comes twice"}},
     {"infostv", "</shop>", "</shops>", "infostv.xml:17: error", {"not well-formed"}},
     {"referencieltv", "hdmi>", "hdmy>", "referencieltv.xml:3: error", {"\"hdmi\"", "T1"}},
@@ -338,7 +341,7 @@ void plant(const temporary_folder& folder, const planted_mistake& mistake)
     write_file(folder, "infostv.xml", replaced(sound_articles, mistake, "infostv"));
     write_file(folder, "layout.xml", replaced(sound_layout, mistake, "layout"));
     write_file(folder, "referencieltv.xml", replaced(sound_reference, mistake, "referencieltv"));
-    write_file(folder, "photo.png", "\xFF\xD8\xFF\xE0 and so on");
+    write_file(folder, "photo.png", "RIFF____WEBPVP8 and so on");
     for (const char* name : {"arbaro.png", "Falada.png", "size.png", "tunerhd.png", "hdmi.png"})
         write_png(folder, name, 176, 137, white);
 }
@@ -401,13 +404,14 @@ TEST(Preview, FindsOnAllHostsWhatItFindsOnEach)
     write_file(folder, "infostv.xml",
         "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n<a>\n"
             + article("T1", "<price>&#8364;</price><usb>3</usb>", "b")
-            + article("T2", "<brand>Falada</brand>", "c") + article("T1", "<modle/><channel>1</channel>", "b")
+            + article("T4", "<price>22 &#8364;</price>", "b") + article("T2", "<brand>Falada</brand>", "c")
+            + article("T1", "<modle/><channel>1</channel>", "b")
             + article("T3", "<price>9</price>", " c") // which is no host
             + many_articles() + "</a>\n");
     const auto all = json_of(run_of(folder, {"--all-hosts", "--format", "json"}));
     const auto& summary = all["summary"];
     EXPECT_EQ(summary["hosts"], 4);
-    EXPECT_EQ(summary["articles"], 44); // of "b", "c", "stand-1" (40 of 41) and "stand-2"
+    EXPECT_EQ(summary["articles"], 45); // of "b", "c", "stand-1" (40 of 41) and "stand-2"
     EXPECT_EQ(summary["dropped_over_forty"], 1);
     for (const char* host : {"b", "c", "stand-1"}) {
         const auto one = found_on(json_of(run_of(folder, {"--host", host, "--format", "json"})), host);
