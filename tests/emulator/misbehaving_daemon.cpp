@@ -12,6 +12,8 @@
 int main(int /*count*/, char** arguments)
 {
     const std::string_view fault = arguments[1];
+    if (fault == "closed input")
+        close(STDIN_FILENO);
     const int bus = bus_open();
     if (fault != "not bound" && bus_bind(bus) != 0)
         return 1;

@@ -32,6 +32,7 @@ const std::pair<const char*, const char*> faults_of_a_daemon[] = {
     {"no delete", "FAULT: insertion switched on without deleting the tables first"},
     {"ioctl", "FAULT: transfer that the register does not know"},
     {"not bound", "FAULT: transfer before the bus was bound"},
+    {"closed input", "FAULT: bus opened as a standard stream"},
     {"open bus", "FAULT: the daemon left the bus open"},
     {"nothing", "s without PAT on PID 0"},
 };

@@ -122,6 +122,16 @@ TEST(SubtitleDecoder, NamesEveryFault)
     vast[region_segment + 8] = 0xFF; // 65284 pixels wide
     vast[region_segment + 10] = 0xFF;
     EXPECT_THAT(decode_display_set(vast).problems, Contains(HasSubstr("65284x65282 pixels are too many")));
+    for (const auto& [begin, end, problem] :
+        {std::tuple{region_segment, clut_segment, "region 0 is composed twice"},
+            {clut_segment, object_segment, "CLUT 1 is defined twice"},
+            {object_segment, end_segment, "object 0 is sent twice"}}) {
+        byte_string doubled = white_page();
+        const auto segment = std::span(doubled).subspan(begin, end - begin);
+        const byte_string copy(segment.begin(), segment.end());
+        doubled.insert(doubled.begin() + static_cast<std::ptrdiff_t>(end), copy.begin(), copy.end());
+        EXPECT_THAT(decode_display_set(doubled).problems, Contains(problem));
+    }
     byte_string narrow = white_page();
     narrow[region_segment + 7] = 0; // not filled
     narrow[region_segment + 9] = 5; // wider than its object
