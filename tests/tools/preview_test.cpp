@@ -294,6 +294,8 @@ const planted_mistake mistakes[] = {
     {"infostv", "<tuner>HD", "<tuner>HD ", "infostv.xml:9: error", {"\"HD \" has blanks", "no icon"}},
     {"infostv", "<tuner>HD", "<tuner>H&#68;", "infostv.xml:9: error", {"\"HD\" comes in pieces"}},
     {"infostv", "<tuner>HD", "<tuner>DVB HD", "infostv.xml:9: warning", {R"("DVB HD" is not "HD")"}},
+    {"infostv", "<tuner>HD</tuner>", "<threeD>raedy</threeD>", "infostv.xml:9: error",
+        {R"("raedy" is not "READY")"}},
     {"infostv", "219 €", "&#160;219 €", "infostv.xml:7: error", {"behind \"&#160;\""}},
     {"infostv", "Gipfel 32", "Gipfel <![CDATA[& 32]]>", "infostv.xml:6: error", {"a CDATA section"}},
     {"infostv", "<model>Gipfel 40</model>", "<model></model>", "infostv.xml:11: warning", {"no model"}},
