@@ -4,6 +4,8 @@
 #include <map>
 #include <regex>
 
+using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 namespace {
@@ -76,6 +78,14 @@ TEST(Faults, NeverTakesTheBusForAStandardStreamThatIsClosed)
             {.options = {"--duration", "2"}, .program = "sh -c 'exec " DAEMON " " + closed + "'"});
         EXPECT_EQ(result.emulator_status, 0) << closed << result.summary;
     }
+}
+
+TEST(Faults, KeepsMessagesOutOfTheRecordWhenTheEmulatorHasNoOutput)
+{
+    const temporary_folder folder;
+    const std::string path = (folder.path / "record").string();
+    output_of_command("(exec >&-; " + command_line({{"--duration", "2", "--record", path}}) + ")");
+    EXPECT_THAT(read_file(folder.path / "record"), AllOf(HasSubstr(" open\n"), Not(HasSubstr("Detect"))));
 }
 
 /// The kind, register and number of bytes of the request that was refused, as in the rules; none: no such.
