@@ -49,12 +49,15 @@ std::string many_articles()
     return articles;
 }
 
-/// All end early, each in its own words.
+/// All end early, each in its own words, on two hosts.
 std::string many_prices()
 {
     std::string articles;
-    for (int i = 101; i <= 125; ++i)
-        articles += article("P" + std::to_string(i), "<price>" + std::to_string(i) + " &#8364;</price>");
+    for (int i = 101; i <= 125; ++i) {
+        const std::string price = std::to_string(i % 2 == 0 ? i : 1000 + i);
+        articles += article("P" + std::to_string(i), "<price>" + price + " &#8364;</price>",
+            "stand-" + std::to_string(i % 2 + 1));
+    }
     return articles;
 }
 
