@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr unsigned shops_tried = 100;
+constexpr unsigned shops_tried = 200;
 
 /// The files of a folder in the order in which they are opened, from here on.
 struct opened_files {
