@@ -124,8 +124,10 @@ void check_font(
         .kind = "font-not-installed",
         .at = at,
         .region = region,
-        .what = formatted(R"(the font "%s" is not installed here: viewers see "%s"%s)", family,
-            font.family.c_str(), font.has_same_widths ? ", which has the same widths" : ""),
+        .what = formatted("the font \"%s\" is not installed here: viewers see %s%s", family,
+            font.family.empty() ? "cairo's own thin letters, and boxes for those with accents"
+                                : formatted("\"%s\"", font.family.c_str()).c_str(),
+            font.has_same_widths ? ", which has the same widths" : ""),
         .advice = "install the font, here and on the boards, or name one that is: fc-list lists them"});
 }
 

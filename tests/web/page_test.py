@@ -278,6 +278,17 @@ class Page(unittest.TestCase):
             self.assertEqual(connection.getresponse().status, status, f"{method} {path} {headers}")
             connection.close()
 
+    def test_uses_the_fonts_that_are_installed_beside_it(self):
+        installed = pathlib.Path(self.folder.name) / "installed"
+        for name in ("bin", "share/tsinsertd"):
+            (installed / name).mkdir(parents=True)
+        program = shutil.copy(PREVIEW, installed / "bin")
+        (installed / "share/tsinsertd/fonts.conf").write_text("<fontconfig/>")  # which has none
+        ended = subprocess.run([program, "--resources", SAMPLES, "--output", installed / "out"], env=self.environment,
+            stdout=subprocess.PIPE, text=True)
+        self.assertEqual(ended.returncode, 1)
+        self.assertIn('"Liberation Sans" is not installed here: viewers see cairo\'s own thin letters', ended.stdout)
+
     def test_a_written_page_needs_nothing_else(self):
         subprocess.run([PREVIEW, "--resources", SAMPLES, "--html", self.folder.name], env=self.environment,
             stdout=subprocess.DEVNULL, check=True)
