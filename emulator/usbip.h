@@ -18,6 +18,8 @@ struct usbip_command {
     bool to_host = false;     ///< the direction of the data
     std::uint32_t length = 0; ///< bytes of data; to the device they follow the header
     usb_setup setup{};
+
+    bool operator==(const usbip_command&) const = default;
 };
 
 usbip_command parse_command(const usbip_header& header);

@@ -36,13 +36,6 @@ struct Image : testing::Test {
         EXPECT_EQ(with.report, without.report);
         EXPECT_TRUE(pixels_of(with) == pixels_of(without)) << with.report;
     }
-    [[nodiscard]] std::size_t kept_size_bytes() const
-    {
-        std::size_t sum = 0;
-        for (const scaled_image& image : cache.images)
-            sum += image.size_bytes;
-        return sum;
-    }
 };
 
 TEST_F(Image, IsStretchedToItsRegionOrKeepsItsRatio)
@@ -100,16 +93,6 @@ TEST_F(Image, IsTheSameFromTheCache)
     std::filesystem::create_symlink("/dev/zero", directory + "endless.png");
     for (const char* name : {"none.png", "text.png", "folder.png", "logo.png/logo.png", "endless.png"})
         draw(directory + name);
-}
-
-TEST_F(Image, IsNotKeptInALargeRegion)
-{
-    const auto path = write_png(folder, "logo.png", 2, 2, "RGBW");
-    for (const std::uint32_t width : {257U, 256U}) { // times 256 lines of four bytes each
-        EXPECT_EQ(kept_size_bytes(), 0U);
-        EXPECT_TRUE(add(yuva_format(width, 256), path, false, &cache).report.starts_with("0"));
-    }
-    EXPECT_EQ(kept_size_bytes(), cached_region_limit_bytes);
 }
 
 TEST_F(Image, IsDroppedWhenItHasNotBeenUsedForLongest)

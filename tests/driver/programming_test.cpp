@@ -4,46 +4,22 @@
 #include "capture.h"
 #include "temporary.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <string>
-#include <vector>
 
 namespace {
 
-struct programmed {
-    std::optional<insertion_state> insertion;
-    std::string output;
-    std::string errors;
-};
-
-programmed program(epld_model& device, const driver_state& state)
-{
-    programmed result;
-    const int fd = attach(device);
-    result.output =
-        stdout_of([&] { result.errors = stderr_of([&] { result.insertion = program_device(fd, state); }); });
-    return result;
-}
-
-constexpr struct {
-    std::uint32_t tables_end;
-    std::uint8_t capacity;
-    std::uint32_t second_slot;
-} layouts[] = {{1000, 8, 2504}, {3136, 8, 4640}, {3137, 7, 4453}, {3500, 7, 4816}, {5768, 1, 5956}};
-
 TEST(Layout, StreamSlotsShareWhatTheTablesLeave)
 {
-    for (const auto& [tables_end, capacity, second_slot] : layouts) {
+    for (const auto& [tables_end, capacity] :
+        {std::pair{1000U, 8U}, {3136U, 8U}, {3137U, 7U}, {5768U, 1U}, {5769U, 0U}, {0xFFFFFFFFU, 0U}}) {
         const auto slots = lay_out_stream_slots({.header_address = 20, .data_address = tables_end});
-        ASSERT_TRUE(slots) << tables_end;
-        std::vector<std::uint32_t> fields;
-        for (const stream_slot& slot : *slots)
-            fields.insert(fields.end(), {slot.header_address, slot.data_address, slot.capacity, slot.type});
-        EXPECT_THAT(
-            fields, testing::ElementsAre(20, tables_end, capacity, 0x83, 24, second_slot, capacity, 0x83));
+        ASSERT_EQ(slots.has_value(), capacity > 0) << tables_end;
+        for (std::uint32_t i = 0; slots && i < 2; ++i) {
+            EXPECT_EQ((*slots)[i].capacity, capacity) << tables_end;
+            EXPECT_EQ((*slots)[i].data_address, tables_end + i * capacity * 188) << tables_end;
+        }
     }
-    for (const std::uint32_t tables_end : {5769U, 6144U, 6145U, 0xFFFFFFFFU})
-        EXPECT_FALSE(lay_out_stream_slots({.header_address = 20, .data_address = tables_end})) << tables_end;
 }
 
 constexpr const char* no_room = "packet memory has no room for the tables and two stream slots\n";
@@ -63,13 +39,16 @@ TEST(Programming, TablesTooLargeEndItBeforeAnyByteBeyondMemoryAndWithInsertionOf
     const environment settings{{"PREF_SYSTEM_ENCODER_1_SERVICE_ID", "2147483647"}}; // counts on from 0
     for (const auto& [services, errors] : large_tables) {
         epld_model device{.control = 0x1F};
-        const auto result =
-            program(device, {.epld_version = 3, .multi_service = true, .service_count = services});
-        EXPECT_EQ(result.errors, errors);
+        const driver_state state{.epld_version = 3, .multi_service = true, .service_count = services};
+        const int fd = attach(device);
+        std::optional<insertion_state> insertion;
+        std::string output;
+        const auto program = [&] { output = stdout_of([&] { insertion = program_device(fd, state); }); };
+        EXPECT_EQ(stderr_of(program), errors);
         const bool fits = services == 80;
-        EXPECT_EQ(result.insertion.has_value(), fits) << services;
+        EXPECT_EQ(insertion.has_value(), fits) << services;
         EXPECT_EQ(device.control, fits ? 0x1F : 0x0F) << services;
-        EXPECT_EQ(result.output, fits ? "Use 2 slots of 1 packets \n" : "");
+        EXPECT_EQ(output, fits ? "Use 2 slots of 1 packets \n" : "");
         EXPECT_EQ(device.violation_count, 0) << services;
     }
 }

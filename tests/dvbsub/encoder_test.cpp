@@ -29,17 +29,6 @@ std::vector<subtitle_segment> segments_of(const block& data)
     return list.segments;
 }
 
-/// The version numbers of all segments but the last: the upper half of the byte there.
-std::vector<int> versions_of(const block& data)
-{
-    std::vector<int> versions;
-    for (const auto& segment : segments_of(data)) {
-        if (!segment.data.empty())
-            versions.push_back(segment.data[segment.type == 0x13 ? 2 : 1] >> 4);
-    }
-    return versions;
-}
-
 } // namespace
 
 TEST(Encoder, WritesTheWholeDisplaySetAndItsRefresh)
@@ -75,19 +64,6 @@ TEST(Encoder, WritesTheWholeDisplaySetAndItsRefresh)
             0x14, 0x0F, 0x80, 0x00, 0x01, 0x00, 0x00, 0xFF));
 }
 
-TEST(Encoder, CountsVersionsAcrossSegmentsAndDisplaySets)
-{
-    const page_owner page = new_page();
-    for (int i = 0; i < 4; ++i)
-        add_region(*page, 3, 3);
-    const encoder_owner state(OpenEncoder());
-    for (int i = 0; i < 2; ++i)
-        block_owner(Encode(state.get(), page.get()));
-    // page composition, region compositions, CLUT definitions, objects
-    EXPECT_THAT(versions_of(*block_owner(Encode(state.get(), page.get()))),
-        ElementsAre(2, 0, 1, 2, 3, 8, 9, 10, 11, 4, 5, 6, 7));
-}
-
 TEST(Encoder, RefusesWhatItCannotEncode)
 {
     const encoder_owner state(OpenEncoder());
@@ -103,19 +79,6 @@ TEST(Encoder, RefusesWhatItCannotEncode)
     EXPECT_EQ(stderr_of(refused), "subpicture palette (8) not handled\n");
     region.chroma = chroma_code("RGBA");
     EXPECT_EQ(stderr_of(refused), "chroma not supported\n");
-}
-
-TEST(Encoder, CountsClutIdsFromOneAndTakesRegionsWithoutPixels)
-{
-    const page_owner page = new_page();
-    for (std::uint32_t i = 0; i < 257; ++i)
-        add_region(*page, i % 2, 1 - i % 2);
-    ASSERT_NE(YuvaYuvp(page.get()), nullptr);
-    std::uint8_t expected = 1;
-    for (const auto* region = page->regions; region != nullptr; region = region->next) {
-        EXPECT_EQ(region->palette->clut_id, expected++);
-        EXPECT_THAT(region->palette->entries, testing::Each(palette_entry{}));
-    }
 }
 
 /// Y 0 stands for full transparency (7.2.4). Behind the entry's number stand its depth and full_range_flag.

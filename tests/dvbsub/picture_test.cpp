@@ -17,20 +17,6 @@ constexpr region_format banner{.chroma = chroma_yuva, .width = 88, .height = 550
 
 } // namespace
 
-TEST(Picture, LaysFourPlanesOneBehindTheOther)
-{
-    EXPECT_EQ(std::memcmp(&chroma_yuva, "YUVA", 4), 0);
-    const region_owner region(subpicture_region_New(banner));
-    const picture& made = *region->picture;
-    EXPECT_TRUE(aligned(made.buffer));
-    for (std::size_t k = 0; k < made.planes.size(); ++k) {
-        EXPECT_EQ(made.planes[k].pixels - made.buffer, 48'400 * static_cast<std::ptrdiff_t>(k));
-        std::memset(made.planes[k].pixels, 0, 48'400); // all of it is ours
-    }
-    EXPECT_EQ(made.format.x, 603);
-    EXPECT_EQ(region->x, 0);
-}
-
 TEST(Picture, RefusesSizesBeyondItsFields)
 {
     for (const auto& [width, height] :
@@ -66,16 +52,6 @@ TEST(Picture, NeedsAllItsMemory)
     }
     const watched_allocation watch(0);
     EXPECT_EQ(subpicture_New(1, 720, 576), nullptr);
-}
-
-TEST(Subpicture, GoesBeforeTheOthersOfAChain)
-{
-    const page_owner first = new_page();
-    const page_owner second = new_page();
-    subpicture* head = first.get();
-    EXPECT_EQ(SubpictureChain(&head, second.get()), &head);
-    EXPECT_EQ(head, second.get());
-    EXPECT_EQ(second->next, first.get());
 }
 
 TEST(Block, HoldsRecordAndDataInOneAllocation)

@@ -31,14 +31,6 @@ TEST(Options, ReadTheCommandLine)
     EXPECT_THAT(options.command, testing::ElementsAre(testing::StrEq("tsinsertd"), testing::StrEq("--help")));
 }
 
-TEST(Options, ReadTheGenerationOfAnAdapter)
-{
-    EXPECT_EQ(parse({"--generation", "1000"}, front_end::adapter).error, "");
-    for (const char* text : {"1001", "none"})
-        EXPECT_THAT(parse({"--generation", text}, front_end::adapter).error,
-            testing::HasSubstr("--generation cannot be"));
-}
-
 TEST(Options, SayWhatIsWrongWithTheCommandLine)
 {
     const std::pair<std::vector<std::string>, const char*> cases[] = {

@@ -72,12 +72,10 @@ const struct {
     {"configuration descriptor", {0x80, 6, 0, 2, 0, 0, 255, 0}, 255,
         bytes{9, 2, 18, 0, 1, 1, 0, 0x80, 50, 9, 4, 0, 0, 0, 0xFF, 0, 0, 0}},
     {"languages", {0x80, 6, 0, 3, 0, 0, 255, 0}, 255, bytes{4, 3, 0x09, 0x04}},
-    {"string that there is not", {0x80, 6, 3, 3, 9, 4, 255, 0}, 255, std::nullopt},
     {"qualifier of a high speed", {0x80, 6, 0, 6, 0, 0, 10, 0}, 10, std::nullopt},
     {"configuration set", {0x00, 9, 1, 0, 0, 0, 0, 0}, 0, bytes{}},
     {"functions: I2C and what the kernel makes of it", {0xC1, 1, 0, 0, 0, 0, 4, 0}, 4,
         bytes{0x09, 0x00, 0xFF, 0x0E}},
-    {"delay", {0x41, 2, 10, 0, 0, 0, 0, 0}, 0, bytes{}},
     {"vendor request that there is not", {0xC1, 9, 0, 0, 0, 0, 4, 0}, 4, std::nullopt},
 };
 

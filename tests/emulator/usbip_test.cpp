@@ -16,7 +16,7 @@ usbip_header header_of(std::array<std::uint32_t, usbip_header_size / 4> words)
 constexpr std::uint32_t read_status = 0xC103'0000; ///< a vendor request of one byte to the host
 
 /// Command, sequence number, device, direction, endpoint, flags, length, three fields of isochronous
-/// transfers, setup. The second and the third are those of the protocol's own example.
+/// transfers, setup. The second is that of the protocol's own example.
 const struct {
     const char* what;
     usbip_header header;
@@ -36,9 +36,6 @@ const struct {
             .endpoint = 1,
             .to_host = true,
             .length = 0x40}},
-    {"interrupt transfer to the device",
-        header_of({1, 0xD06, 0x0001'000F, 0, 1, 0, 0x40, 0xFFFF'FFFF, 0, 4, 0, 0}),
-        {.what = usbip_command::kind::submit, .sequence_number = 0xD06, .endpoint = 1, .length = 0x40}},
     {"taking a transfer back", header_of({2, 8, 0x0001'0002, 1, 0, 7}),
         {.what = usbip_command::kind::unlink, .sequence_number = 8}},
     {"an answer is no command", header_of({3, 9}), {.sequence_number = 9}},
@@ -49,13 +46,7 @@ const struct {
 TEST(Usbip, ReadsTheCommandsOfTheController)
 {
     for (const auto& [what, header, wanted] : commands) {
-        const usbip_command command = parse_command(header);
-        EXPECT_EQ(command.what, wanted.what) << what;
-        EXPECT_EQ(command.sequence_number, wanted.sequence_number) << what;
-        EXPECT_EQ(command.endpoint, wanted.endpoint) << what;
-        EXPECT_EQ(command.to_host, wanted.to_host) << what;
-        EXPECT_EQ(command.length, wanted.length) << what;
-        EXPECT_EQ(command.setup, wanted.setup) << what;
+        EXPECT_EQ(parse_command(header), wanted) << what;
     }
 }
 

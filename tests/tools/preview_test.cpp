@@ -266,7 +266,6 @@ struct planted_mistake {
 
 const planted_mistake mistakes[] = {
     {"layout", "FF0F1B2D", "#0F1B2D", "layout.xml:3: error", {"ground", "invisible", "00000000", "FF0F1B2D"}},
-    {"layout", "FF0F1B2D", "0F1B2D", "layout.xml:3: error", {"000F1B2D", "write \"FF0F1B2D\""}},
     {"layout", "FFFFFFFF", "yellow", "layout.xml:3: error",
         {"text is invisible", "FFFFFF00", "region model"}},
     {"layout", "FF0F1B2D", "FFFFFFFF", "layout.xml:3: error", {"1.0 : 1", "3.0 : 1", "2 times: T1, T2"}},
@@ -290,7 +289,6 @@ const planted_mistake mistakes[] = {
     {"infostv", "<channel>21</channel>\n", "", "infostv.xml:2: error", {"no channel", "1 to 1023"}},
     {"infostv", ">21<", ">twelve<", "infostv.xml:4: error", {"\"twelve\" is not a number"}},
     {"infostv", ">21<", ">5000<", "infostv.xml:4: error", {"5000", "at 904"}}, // 5000 - 4 x 1024
-    {"infostv", ">21<", ">-6<", "infostv.xml:4: error", {"-6", "at 1018"}},
     {"infostv", ">22<", ">21<", "infostv.xml:13: error", {"article T1 too", "screen 2"}},
     {"infostv", "\"T2\"", "\"T1\"", "infostv.xml:11: error", {"not completed from the reference file"}},
     {"infostv", ">stand-1<", "> stand-1<", "infostv.xml:3: error", {"\" stand-1\"", "shown nowhere"}},
@@ -306,7 +304,6 @@ const planted_mistake mistakes[] = {
         {"neither model, price nor brand"}},
     {"infostv", "stand-1</ovu>\n<channel>22", "Stand-1</ovu>\n<channel>22", "infostv.xml:12: warning",
         {R"("Stand-1" is not "stand-1")", "letter case"}},
-    {"infostv", "\"T2\"", "\"\"", "infostv.xml:11: warning", {"no code"}},
     {"referencieltv", "\"T1\"", "\"t1 \"", "infostv.xml:2: warning", {"no article \"T1\"", "mean \"t1 \"?"}},
     {"infostv", ">21<", ">2&#49;<", "infostv.xml:4: error", {"\"21\" counts as 1"}},
     {"infostv", ">21<", ">21</channel><channel>x<", "infostv.xml:4: error", {"the one before it counts"}},
@@ -327,7 +324,6 @@ const planted_mistake mistakes[] = {
         {"name is drawn", "\"Falada.png\"", "\"falada.png\""}},
     {"infostv", ">Arbaro<", ">Photo<", "photo.png: error", {"a WebP picture", "does not start"}},
     {"infostv", "<price>", "<price>first</price><price>", "infostv.xml:7: warning", {"comes twice"}},
-    {"infostv", "</shop>", "</shops>", "infostv.xml:17: error", {"not well-formed"}},
     {"referencieltv", "hdmi>", "hdmy>", "referencieltv.xml:3: error", {"\"hdmi\"", "T1"}},
     {"referencieltv", "hdmi>", "usb>", "referencieltv.xml:3: warning", {"no icon \"usb.png\"", "T1"}},
     {"referencieltv", "code=", "codex=", "referencieltv.xml:2: error", {"ignores the whole article"}},
@@ -411,14 +407,13 @@ TEST(Preview, FindsOnAllHostsWhatItFindsOnEach)
     write_file(folder, "infostv.xml",
         "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n<a>\n"
             + article("T1", "<price>&#8364;</price><usb>3</usb>", "b")
-            + article("T4", "<price>22 &#8364;</price>", "b") + article("T2", "<brand>Falada</brand>", "c")
-            + article("T1", "<modle/><channel>1</channel>", "b")
+            + article("T2", "<brand>Falada</brand>", "c") + article("T1", "<modle/><channel>1</channel>", "b")
             + article("T3", "<price>9</price>", " c") // which is no host
             + many_articles() + "</a>\n");
     const auto all = json_of(run_of(folder, {"--all-hosts", "--format", "json"}));
     const auto& summary = all["summary"];
     EXPECT_EQ(summary["hosts"], 4);
-    EXPECT_EQ(summary["articles"], 45); // of "b", "c", "stand-1" (40 of 41) and "stand-2"
+    EXPECT_EQ(summary["articles"], 44); // of "b", "c", "stand-1" (40 of 41) and "stand-2"
     EXPECT_EQ(summary["dropped_over_forty"], 1);
     for (const char* host : {"b", "c", "stand-1"}) {
         const auto one = found_on(json_of(run_of(folder, {"--host", host, "--format", "json"})), host);

@@ -1,9 +1,9 @@
 #include "subtitle_decoder.h"
 
 #include "formatted.h"
-#include "ts_reader.h"
 
 #include <gmock/gmock.h>
+#include <sstream>
 
 using testing::Contains;
 using testing::ElementsAre;
@@ -11,6 +11,18 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 namespace {
+
+using byte_string = std::vector<std::uint8_t>;
+
+/// "47 40 11" as bytes.
+byte_string bytes_of(const std::string& hexadecimal)
+{
+    byte_string bytes;
+    std::istringstream text(hexadecimal);
+    for (unsigned value = 0; text >> std::hex >> value;)
+        bytes.push_back(static_cast<std::uint8_t>(value));
+    return bytes;
+}
 
 /// A page with one white region of 4 x 2 pixels at (10,20), put together by hand.
 byte_string white_page()
@@ -91,16 +103,6 @@ TEST(SubtitleDecoder, ReadsAWholeDisplaySet)
     EXPECT_EQ(region.indices, std::vector<std::uint8_t>(8, 0));
 }
 
-TEST(SubtitleDecoder, TakesARefreshWithoutRegions)
-{
-    const decoded_page page =
-        decode_display_set(bytes_of("20 00 0F 10 00 01 00 08 FA 10 00 00 00 0A 00 14 0F 80 00 01 00 00 FF"));
-    EXPECT_THAT(page.problems, IsEmpty());
-    EXPECT_EQ(page.version, 1U);
-    ASSERT_EQ(page.regions.size(), 1U);
-    EXPECT_EQ(page.regions[0].width, 0U);
-}
-
 TEST(SubtitleDecoder, GivesTheBottomFieldWhatTheTopHasWhenItIsEmpty)
 {
     byte_string bytes = white_page();
@@ -136,13 +138,4 @@ TEST(SubtitleDecoder, NamesEveryFault)
     narrow[region_segment + 7] = 0; // not filled
     narrow[region_segment + 9] = 5; // wider than its object
     EXPECT_THAT(decode_display_set(narrow).problems, ElementsAre("region 0: 2 pixels without a colour"));
-}
-
-TEST(SubtitleDecoder, FindsEveryCut)
-{
-    byte_string bytes = white_page();
-    for (std::size_t length = 0; length < bytes.size(); ++length)
-        EXPECT_THAT(decode_display_set(std::span(bytes).first(length)).problems, Not(IsEmpty())) << length;
-    bytes.push_back(0xFF);
-    EXPECT_THAT(decode_display_set(bytes).problems, ElementsAre("something behind the end marker"));
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "temporary.h"
-#include "ts_reader.h"
 
 #include <string>
 #include <utility>

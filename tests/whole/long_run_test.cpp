@@ -2,24 +2,14 @@
 
 #include <gtest/gtest.h>
 
-namespace {
-
-constexpr const char* ten_hour_starts[] = {
-    "2026-11-18 20:00:00", // midnight
-    "2027-02-28 20:00:00", // no leap day
-    "2028-02-28 20:00:00", // a leap day begins
-    "2026-12-31 20:00:00", // end of a year
-    "2038-01-18 20:00:00", // 31 bits of seconds end
-};
-
-} // namespace
-
-/// The judge of the device wants a TDT and a TOT at their rate, with counters that run on.
+/// The judge of the device wants a TDT and a TOT at their rate, with counters that run on. At midnight, where
+/// no leap day and where one begins, at the end of a year, and where 31 bits of seconds end.
 TEST(LongRun, TenHoursOfTimeTables)
 {
-    for (const std::string start : ten_hour_starts) {
-        const run_result result = run_daemon_emulated({{"--duration", "10h", "--start", start}, {}});
-        EXPECT_EQ(result.emulator_status, 0) << start << result.summary;
-        EXPECT_EQ(result.errors, "") << start; // how far it has come is for a terminal
+    for (const std::string day : {"2026-11-18", "2027-02-28", "2028-02-28", "2026-12-31", "2038-01-18"}) {
+        const run_result result =
+            run_daemon_emulated({{"--duration", "10h", "--start", day + " 20:00:00"}, {}});
+        EXPECT_EQ(result.emulator_status, 0) << day << result.summary;
+        EXPECT_EQ(result.errors, "") << day; // how far it has come is for a terminal
     }
 }

@@ -35,8 +35,13 @@ const struct {
     {"", ""},
 };
 
-constexpr const char* left_out[] = {"PREF_A=\"open", "PREF_A='open", "PREF_A=\"x\"y", "PREF_A", "PREF-A=x",
-    "LD_PRELOAD=x", "export PREF_A=x"};
+const std::string no_setting = "is no setting (PREF_...=\"value\") and left out";
+
+/// What the loader says of a line.
+const std::pair<std::string, std::string> odd_lines[] = {{"PREF_A=\"open", no_setting},
+    {"PREF_A='open", no_setting}, {"PREF_A=\"x\"y", no_setting}, {"PREF_A", no_setting},
+    {"PREF-A=x", no_setting}, {"LD_PRELOAD=x", no_setting}, {"export PREF_A=x", no_setting},
+    {"PREF_A=true # on", "has no quotes: what looks like a remark belongs to the value"}};
 
 TEST(SettingsFile, PassesAnyByte)
 {
@@ -47,23 +52,18 @@ TEST(SettingsFile, PassesAnyByte)
     }
 }
 
-TEST(SettingsFile, SaysThatARemarkBelongsToAValueWithoutQuotes)
+TEST(SettingsFile, TellsOfOddLinesAndTakesTheOthers)
 {
     const temporary_folder folder;
-    const std::string file = write_file(folder, "settings", "\nPREF_A=true # on\n");
-    EXPECT_EQ(loaded(file, "PREF_A"),
-        "with-settings: " + file
-            + ", line 2 has no quotes: what looks like a remark belongs to the value\ntrue # on\n");
-}
-
-TEST(SettingsFile, IsTakenWithoutTheLinesThatAreNoSettings)
-{
-    const temporary_folder folder;
-    for (const std::string line : left_out) {
-        const std::string file = write_file(folder, "settings", "# remark\n\n" + line + "\nPREF_B=b\n");
-        EXPECT_EQ(loaded(file, "PREF_B"),
-            "with-settings: " + file + ", line 3 is no setting (PREF_...=\"value\") and left out\nb\n");
-        EXPECT_THAT(loaded(file, "PREF_A LD_PRELOAD"), testing::StartsWith("failed:")) << line;
+    for (const auto& [line, said] : odd_lines) {
+        const std::string file =
+            write_file(folder, "settings", std::string("# remark\n\n").append(line).append("\nPREF_B=b\n"));
+        EXPECT_THAT(loaded(file, "PREF_B"),
+            testing::EndsWith(std::string(file).append(", line 3 ").append(said).append("\nb\n")));
+        const std::string all = loaded(file, "");
+        EXPECT_EQ(all.find("PREF_A=") == std::string::npos, said == no_setting) << line;
+        EXPECT_EQ(all.find("PREF_A=true # on\n") != std::string::npos, said != no_setting) << line;
+        EXPECT_EQ(all.find("LD_PRELOAD="), std::string::npos);
     }
 }
 

@@ -5,12 +5,11 @@
 #include <array>
 #include <cmath>
 #include <gmock/gmock.h>
+#include <map>
 
 // What independent decoders make of the subtitles of the sample shop.
 
 namespace {
-
-constexpr std::size_t pes_header_size = 14;
 
 struct sample_stream {
     temporary_folder folder{};
@@ -18,20 +17,36 @@ struct sample_stream {
     std::map<int, decoded_page> display_sets{}; ///< of the PIDs
 };
 
+/// The display sets and refreshes of a PID, as ffmpeg takes them out of their PES packets: without what
+/// stands before the first segment and behind the last (ETSI EN 300 743, 7.1).
+std::vector<decoded_page> pages_of(const sample_stream& sample, int pid)
+{
+    const std::string path = (sample.folder.path / "segments").string();
+    EXPECT_EQ(output_of_command("ffmpeg -v error -y -i " + sample.path + " -map '0:#" + std::to_string(pid)
+                  + "' -c copy -f data " + path + " 2>&1"),
+        "");
+    const std::string segments = read_file(path);
+    const std::string end("\x0F\x80\0\1\0\0", 6); // end of display set, of page 1
+    std::vector<decoded_page> pages;
+    for (std::size_t at = 0, next = 0; (next = segments.find(end, at)) != std::string::npos; at = next) {
+        next += end.size();
+        const std::string text = std::string("\x20\0", 2) + segments.substr(at, next - at) + '\xFF';
+        pages.push_back(decode_display_set(std::vector<std::uint8_t>(text.begin(), text.end())));
+        EXPECT_THAT(pages.back().problems, testing::IsEmpty()) << pid;
+    }
+    return pages;
+}
+
 void send_sample_shop(sample_stream& sample)
 {
     std::filesystem::copy(SAMPLE_SHOP, sample.folder.path);
     const run_result result = run_daemon_emulated(
         shop_run(sample.folder, {"--duration", "30", "--bus-clock", "400000", "--stream", sample.path}));
     ASSERT_EQ(result.emulator_status, 0) << result.summary << result.errors;
-    for (const ts_unit& pes : read_stream(sample.path).units) {
-        if (pes.pid < 4368)
-            continue;
-        decoded_page page = decode_display_set(std::span(pes.bytes).subspan(pes_header_size));
-        EXPECT_THAT(page.problems, testing::IsEmpty()) << pes.pid;
-        if (page.state != 0)
-            sample.display_sets[pes.pid] = page;
-    }
+    for (int pid = 4368; pid < 4368 + 8; ++pid)
+        for (const decoded_page& page : pages_of(sample, pid))
+            if (page.state != 0)
+                sample.display_sets[pid] = page;
     ASSERT_EQ(sample.display_sets.size(), 8);
 }
 
@@ -51,9 +66,9 @@ std::array<std::uint8_t, 4> ffmpeg_colour(const clut_colour& colour)
 }
 
 /// The palette picture on a transparent display.
-byte_string compose(const decoded_page& page)
+std::vector<std::uint8_t> compose(const decoded_page& page)
 {
-    byte_string pixels(std::size_t{720} * 576 * 4);
+    std::vector<std::uint8_t> pixels(std::size_t{720} * 576 * 4);
     for (const decoded_region& region : page.regions)
         for (std::size_t i = 0; i < region.indices.size(); ++i) {
             const std::size_t x = region.x + i % region.width;
@@ -94,7 +109,7 @@ TEST(Subtitles, AreShownByFfmpegPixelForPixelOnTheirGround)
                       + " -fps_mode passthrough -f rawvideo -pix_fmt bgra " + picture + " 2>&1"),
             "");
         const std::string shown = read_file(picture);
-        EXPECT_TRUE(byte_string(shown.begin(), shown.end()) == compose(page));
+        EXPECT_TRUE(std::vector<std::uint8_t>(shown.begin(), shown.end()) == compose(page));
     }
 }
 
