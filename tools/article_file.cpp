@@ -387,23 +387,26 @@ void check_ovu(article_reader& reader)
                 .same = "host"});
 }
 
-/// What is wrong with a channel of which the daemon takes the piece that was kept.
-finding channel_finding(const std::string& written, std::string_view kept)
+/// What is wrong with a channel of which the daemon takes the piece that was kept; nothing if it counts as
+/// written.
+std::optional<finding> channel_finding(const std::string& written, std::string_view kept)
 {
     const std::int32_t taken = parse_decimal(kept).value_or(0);
+    const std::string what = formatted("the channel \"%s\" counts as %d", written.c_str(), taken);
     const std::size_t sign = written.starts_with('-') ? 1 : 0;
-    const bool exact = written.find_first_not_of("0123456789", sign) == std::string::npos;
-    if (exact && taken != std::strtoll(written.c_str(), nullptr, 10))
-        return {.level = severity::error,
-            .kind = "channel-out-of-range",
-            .what = formatted("the channel \"%s\" counts as %d", written.c_str(), taken),
-            .advice = "write a number from 1 to 1023, in one piece",
-            .same = "another"};
-    return {.level = parse_decimal(written) == taken ? severity::warning : severity::error,
-        .kind = exact ? "" : "channel-odd-number",
-        .what = formatted("the channel \"%s\" counts as %d", written.c_str(), taken),
-        .advice = "write a number from 1 to 1023, in digits alone",
-        .same = "number"};
+    if (written.find_first_not_of("0123456789", sign) != std::string::npos)
+        return finding{.level = parse_decimal(written) == taken ? severity::warning : severity::error,
+            .kind = "channel-odd-number",
+            .what = what,
+            .advice = "write a number from 1 to 1023, in digits alone",
+            .same = "number"};
+    if (taken == std::strtoll(written.c_str(), nullptr, 10))
+        return std::nullopt;
+    return finding{.level = severity::error,
+        .kind = "channel-out-of-range",
+        .what = what,
+        .advice = "write a number from 1 to 1023, in one piece",
+        .same = "another"};
 }
 
 /// A channel that is no number leaves the one before it.
@@ -424,11 +427,12 @@ void check_number(article_reader& reader)
         return;
     article_element& article = *reader.article;
     const bool has_another = article[article_field::channel].line != 0 && !article.has_bad_channel;
-    finding found = reader.text.kept ? channel_finding(written, *reader.text.kept)
-                                     : no_channel_finding(written, has_another);
-    article.has_bad_channel = reader.text.kept ? found.kind == "channel-out-of-range" : !has_another;
-    if (!found.kind.empty())
-        add(reader, reader.text.at, std::move(found));
+    std::optional<finding> found = reader.text.kept ? channel_finding(written, *reader.text.kept)
+                                                    : no_channel_finding(written, has_another);
+    article.has_bad_channel =
+        reader.text.kept ? found && found->kind == "channel-out-of-range" : !has_another;
+    if (found)
+        add(reader, reader.text.at, std::move(*found));
 }
 
 void check_text(article_reader& reader)
