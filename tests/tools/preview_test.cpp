@@ -370,6 +370,9 @@ TEST(Preview, FindsMistakesBeforeViewersDo)
         const std::string report = run_of(folder, {"--strict"});
         EXPECT_EQ(report.substr(0, 9), "status 1\n") << mistake.mistaken;
         const std::string found = finding_at(report, mistake.line);
+        EXPECT_TRUE(found.rfind("FOLDER/") == 0 && found.find("T1, T1") == std::string::npos)
+            << "told of twice:\n"
+            << found;
         for (const std::string& word : mistake.words)
             EXPECT_NE(found.find(word), std::string::npos) << mistake.mistaken << ": " << word << "\n"
                                                            << report;
