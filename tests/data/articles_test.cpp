@@ -59,7 +59,7 @@ constexpr struct {
     {"no number", "<channel>-5th</channel><channel>none</channel>", "-5\n"},
     {"counts but zero", "<hdmi>00</hdmi><usb>0</usb>", "hdmi=00;\n"},
     {"flags of other words, never lowered",
-        "<tuner>HD</tuner><tuner>SD</tuner><threeD> Ready</threeD><threeD>R</threeD>", "tuner_hd;\n"},
+        "<tuner>HD</tuner><tuner>SD</tuner><threeD> Ready</threeD><threeD>R</threeD>Ready", "tuner_hd;\n"},
     {"letters outside ASCII", "<type>\xC3\x89TOILE [AZ]</type>", "type=\xC3\x89toile [az];\n"},
     {"unknown elements", "<Size>1<model>A</model></Size><article/><usb>1</usb>",
         "Invalid tag inside item\nInvalid tag inside item\nInvalid tag inside item\nusb=1;\n"},
@@ -76,7 +76,8 @@ TEST(ArticleFile, FillsTheFields)
 TEST(ArticleFile, HasArticlesBelowItsRoot)
 {
     EXPECT_EQ(read_articles("<article><model>A</model></article>"), "");
-    EXPECT_EQ(read_articles("<r><s><article/></s><model>A</model><articles/><model>B</model></r>"), "\n");
+    EXPECT_EQ(
+        read_articles("<r><s><article/></s><model>A</model><articles/>Ready<model>B</model></r>"), "\n");
     EXPECT_EQ(read_articles("<r><article codeX='1' code='2'/><article a='3' code='4'/></r>"), "code=1;\n\n");
 }
 

@@ -117,6 +117,17 @@ TEST(Encoder, TakesLaterRegionsOfAnyKind)
     EXPECT_THAT(segments[12].data, ElementsAre(0, 4, 0x70, 0, 3, 0, 0, 0x10, 0x40, 0xF0));
 }
 
+TEST(Encoder, GivesARegionThatNoPageAnnouncedItsOwnSize)
+{
+    const page_owner page = new_page();
+    add_region(*page, 4, 2);
+    std::array<std::uint8_t, 16> segment{};
+    bit_writer out;
+    bs_init(out, segment.data(), segment.size());
+    encode_region_composition(*encoder_owner(OpenEncoder()), out, *page);
+    EXPECT_THAT(std::span(segment).subspan(8, 4), ElementsAre(0, 4, 0, 2));
+}
+
 TEST(Encoder, CutsARefreshThatDoesNotFitItsBlock)
 {
     const page_owner page = new_page();

@@ -33,6 +33,7 @@ const std::pair<const char*, const char*> faults_of_a_daemon[] = {
     {"ioctl", "FAULT: transfer that the register does not know"},
     {"not bound", "FAULT: transfer before the bus was bound"},
     {"closed input", "FAULT: bus opened as a standard stream"},
+    {"open bus", "daemon: ended with status 0 "}, // it read what it had written
     {"open bus", "FAULT: the daemon left the bus open"},
     {"nothing", "s without PAT on PID 0"},
 };
