@@ -77,7 +77,8 @@ TEST_F(Image, FailsWithItsMessage)
 
 TEST_F(Image, IsTheSameFromTheCache)
 {
-    for (const char* quarters : {"..rR", "r.BR"}) { // the second in the place of the first
+    // Each in the place of the one before; of the last, which is wholly transparent, no row is kept.
+    for (const char* quarters : {"..rR", "r.BR", "...."}) {
         std::filesystem::rename(write_png(folder, "new.png", 20, 10, quarters), directory + "logo.png");
         for (const bool keep_ratio : {true, false, true})
             draw(directory + "logo.png", keep_ratio);

@@ -74,6 +74,9 @@ TEST(TextRegion, FailsWithItsMessage)
     EXPECT_EQ(AddTextSubtitle(nullptr, &text, set.get(), true), -1);
     EXPECT_EQ(AddTextSubtitle(&format, nullptr, set.get(), true), -1);
     EXPECT_EQ(AddTextSubtitle(&format, &text, nullptr, true), -1);
+    EXPECT_EQ(AddMultiTextSubtitle(nullptr, 1, &text, set.get()), -1);
+    EXPECT_EQ(AddMultiTextSubtitle(&format, 1, nullptr, set.get()), -1);
+    EXPECT_EQ(AddMultiTextSubtitle(&format, 1, &text, nullptr), -1);
     EXPECT_EQ(add_text(too_long).report, "-1 Argument list too long: Error: Text exceeds 256 characters\n");
     EXPECT_EQ(add_text(text, false, yuva_format(9, 9, 720, 576)).report, "0 9x9+720+576");
     EXPECT_EQ(add_text(text, false, yuva_format(9, 9, 0, -1U)).report,
