@@ -63,9 +63,8 @@ std::int32_t bus_read_block(int /*fd*/, std::uint8_t register_number, std::span<
                                                                 : request_failed;
 }
 
-void bus_pause(std::uint32_t pause_us)
+void bus_pause(std::uint32_t /*pause_us*/)
 {
-    attached->now_us += pause_us;
     ts_packet packet{};
     while (send_packet(*attached, packet)) { }
 }

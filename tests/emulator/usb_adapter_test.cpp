@@ -106,6 +106,7 @@ TEST(UsbAdapter, PutsMessagesToTheDevice)
 TEST(UsbAdapter, AcknowledgesForTheDeviceAlone)
 {
     plugged_in device;
+    EXPECT_EQ(device.ask({0xC1, 3, 0, 0, 0, 0, 1, 0}, bytes(1)), bytes{2}) << "before there was a message";
     EXPECT_FALSE(device.write({0, 0}, 6)) << "another address";
     EXPECT_EQ(device.run->device.violation_count, 0U);
     EXPECT_FALSE(device.write({7, 0})) << "a register that there is not";

@@ -66,6 +66,19 @@ TEST(Verdict, FindsWhatADaemonDoesWrong)
     }
 }
 
+TEST(Verdict, IsNoneWhereNothingWasRun)
+{
+    EXPECT_EQ(verdict_on("nothing", "--resources /no/such").status, 2);
+}
+
+TEST(Verdict, HasARecordWithTheRequestsThatTheRegisterDoesNotKnow)
+{
+    const temporary_folder folder;
+    const std::string record = (folder.path / "record").string();
+    verdict_on("ioctl", "--record '" + record + "'");
+    EXPECT_THAT(read_file(record), HasSubstr(" unknown 1797 failed\n")); // I2C_FUNCS, 0x0705
+}
+
 TEST(Verdict, SaysWhatMakesARunUnsound)
 {
     for (const auto& [found, happens] : faults_of_a_run) {

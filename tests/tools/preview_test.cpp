@@ -3,8 +3,12 @@
 #include "canvas.h"
 #include "capture.h"
 #include "child_process.h"
+#include "findings.h"
+#include "picture_check.h"
+#include "preview_options.h"
 #include "screen_file.h"
 #include "served_page.h"
+#include "silence.h"
 #include "temporary.h"
 #include "watch.h"
 
@@ -370,6 +374,7 @@ TEST(Preview, FindsMistakesBeforeViewersDo)
         const std::string report = run_of(folder, {"--strict"});
         EXPECT_EQ(report.substr(0, 9), "status 1\n") << mistake.mistaken;
         const std::string found = finding_at(report, mistake.line);
+        EXPECT_EQ(report.find("cannot prepare"), std::string::npos) << "another finding tells why";
         EXPECT_TRUE(found.rfind("FOLDER/") == 0 && found.find("T1, T1") == std::string::npos)
             << "told of twice:\n"
             << found;
@@ -382,6 +387,53 @@ TEST(Preview, FindsMistakesBeforeViewersDo)
     const std::string report = run_of(folder, {"--strict"});
     EXPECT_EQ(report.substr(0, 9), "status 0\n");
     EXPECT_NE(report.find("All is well."), std::string::npos) << report;
+}
+
+TEST(Preview, SaysWhyThereIsNothingToSee)
+{
+    const host_settings settings;
+    const temporary_folder folder;
+    plant(folder, {});
+    const auto nothing = HasSubstr("no article of the file names a host");
+    write_file(folder, "infostv.xml", "<a></a>");
+    EXPECT_THAT(run_of(folder, {}), nothing);
+    std::filesystem::remove(folder.path / "infostv.xml");
+    EXPECT_THAT(run_of(folder, {}), AllOf(HasSubstr("reading and writing (No such file"), Not(nothing)));
+    EXPECT_THAT(run_of(folder, {"--all-hosts"}), Not(nothing));
+}
+
+TEST(Preview, KeepsTheEndOfWhatWasSaid)
+{
+    const silence messages(stderr);
+    std::fputs((std::string(500, 'a') + "\nb\n").c_str(), stderr);
+    EXPECT_EQ(messages.said(), std::string(497, 'a') + "; b");
+}
+
+TEST(Preview, TellsKindsOfFilesThatAreNoPictures)
+{
+    const temporary_folder folder;
+    for (const auto& [content, kind] :
+        {std::pair{"<svg xmlns", "an SVG drawing"}, {"\xFF\xD8\xFF\xE0", "a JPEG picture"},
+            {"0000ftypavif", "an AVIF or HEIC picture"}, {"<html>", "no picture"}, {"", "an empty file"}})
+        EXPECT_EQ(kind_of_file(write_file(folder, "file", content)), kind);
+}
+
+TEST(Preview, ListsAHundredFindingsOfAKind)
+{
+    finding_groups groups;
+    for (std::uint32_t line = 1; line <= 102; ++line)
+        add_finding(groups, {.kind = "unknown-element", .at = {.line = line, .column = 7}});
+    add_finding(groups, {.kind = "no-code", .at = {.line = 1, .column = 7}});
+    EXPECT_EQ(groups.groups.size(), 101U);
+    EXPECT_EQ(groups.unlisted, 2U);
+    EXPECT_EQ(groups.groups.begin()->second.places.at(0).column, 7U);
+}
+
+TEST(Preview, TakesPortsInDigits)
+{
+    EXPECT_EQ(port_of("65535"), 65535);
+    for (const char* text : {"", "65536", "-1", "80x"})
+        EXPECT_EQ(port_of(text), std::nullopt) << text;
 }
 
 nlohmann::json json_of(const std::string& run)

@@ -103,6 +103,21 @@ TEST(SubtitleDecoder, ReadsAWholeDisplaySet)
     EXPECT_EQ(region.indices, std::vector<std::uint8_t>(8, 0));
 }
 
+/// Without full_range_flag an entry has the most significant 6, 4, 4 and 2 bits (7.2.4).
+TEST(SubtitleDecoder, ReadsColoursOfAReducedRange)
+{
+    byte_string bytes = white_page();
+    bytes[clut_segment + 5] -= 2;    // segment_length
+    bytes[clut_segment + 9] = 0x40;  // of the 4-bit table, in 2 bytes
+    bytes[clut_segment + 10] = 0xEE; // 111011 10
+    bytes[clut_segment + 11] = 0x96; // 10 0101 10
+    bytes.erase(bytes.begin() + clut_segment + 12, bytes.begin() + clut_segment + 14);
+    const decoded_page page = decode_display_set(bytes);
+    EXPECT_THAT(page.problems, IsEmpty());
+    EXPECT_EQ(page.regions.at(0).colours[0],
+        (clut_colour{.y = 0xEC, .cr = 0xA0, .cb = 0x50, .t = 0x80, .defined = true}));
+}
+
 TEST(SubtitleDecoder, GivesTheBottomFieldWhatTheTopHasWhenItIsEmpty)
 {
     byte_string bytes = white_page();
