@@ -66,11 +66,6 @@ TEST(Verdict, FindsWhatADaemonDoesWrong)
     }
 }
 
-TEST(Verdict, IsNoneWhereNothingWasRun)
-{
-    EXPECT_EQ(verdict_on("nothing", "--resources /no/such").status, 2);
-}
-
 TEST(Verdict, HasARecordWithTheRequestsThatTheRegisterDoesNotKnow)
 {
     const temporary_folder folder;
