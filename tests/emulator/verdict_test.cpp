@@ -124,6 +124,8 @@ TEST(Verdict, WantsEveryTableAndServiceAtItsRate)
 {
     const inserting_run sound;
     EXPECT_EQ(sound.faults(), "");
+    sound.statistics.by_pid[4368].packets = 1000; // 188 bytes each, in 60 s
+    EXPECT_THAT(summary(*sound.run, {}), HasSubstr("\n 4368      1000    25.1 kbit/s  0\n"));
     for (std::size_t i = 0; i < sound.statistics.table_count; ++i) {
         const inserting_run missing;
         missing.statistics.tables[i].pid = 99;

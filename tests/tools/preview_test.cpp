@@ -315,8 +315,15 @@ const planted_mistake mistakes[] = {
     {"layout", "FFFFC20E", " FFFFC20E", "layout.xml:6: warning",
         {"counts as FFFFC20E", "write \"FFFFC20E\""}},
     {"layout", "FF0F1B2D", "0F0F1B2D", "layout.xml:3: error", {"hardly visible", "opacity 6 %"}},
-    {"infostv", ">Arbaro<", ">Arbaro <", "infostv.xml:5: error", {"write the brand without the blanks"}},
-    {"infostv", ">Arbaro<", ">Arbàro<", "infostv.xml:5: error", {"rename \"arbaro.png\" to \"arbàro.png\""}},
+    {"infostv", ">Arbaro<", ">Arbaro <", "infostv.xml:5: error",
+        {"write the brand without the blanks around it (art"}},
+    {"infostv", ">Arbaro<", ">Arbàro<", "infostv.xml:5: error",
+        {"-> rename \"arbaro.png\" to \"arbàro.png\" (art"}},
+    {"infostv", ">Arbaro<", ">Arbàro <", "infostv.xml:5: error", {"around it; rename \"arbaro.png\""}},
+    {"infostv", "<tuner>HD</tuner>", "<threeD>READY</threeD>", "infostv.xml:9: warning",
+        {"no icon \"3dready.png\""}},
+    {"infostv", "<tuner>", "<zoomed>1</zoomed><tuner>", "infostv.xml:9: warning",
+        {R"(known here: "model", "brand", ")"}},
     {"infostv", "32\"</size>", "80 cm (32\")</size>", "infostv.xml:8: error", {"is cut", "region banner"}},
     {"layout", "<image/>", "<image keepRatio=\"YES\"/>", "layout.xml:8: error",
         {R"("YES" counts as no)", R"(write "yes" or "no")"}},
@@ -417,6 +424,7 @@ TEST(Preview, TellsKindsOfFilesThatAreNoPictures)
         {std::pair{"<svg xmlns", "an SVG drawing"}, {"\xFF\xD8\xFF\xE0", "a JPEG picture"},
             {"0000ftypavif", "an AVIF or HEIC picture"}, {"<html>", "no picture"}, {"", "an empty file"}})
         EXPECT_EQ(kind_of_file(write_file(folder, "file", content)), kind);
+    EXPECT_EQ(neighbour_of({"logo.fr.jpg", "Logo.png.jpg"}, "logo.png"), "Logo.png.jpg");
 }
 
 TEST(Preview, ListsAHundredFindingsOfAKind)
@@ -487,14 +495,14 @@ TEST(Preview, ShowsTheScreenOfAnArticle)
     const temporary_folder folder;
     write_files(folder, shops[0]);
     write_png(
-        folder, "ground.png", 2, 1, [](int column, int) { return column == 0 ? 0xFFFF0000 : 0xFF0000FF; });
+        folder, "ground.png", 2, 1, [](int column, int) { return column == 0 ? 0xFFFF0000 : 0x00000000; });
     run_of(folder, {"--background", (folder.path / "ground.png").string()});
     EXPECT_TRUE(std::filesystem::exists(folder.path / "out/screen-2-A_2_b.png"));
     const auto shown = make_background((folder.path / "out/screen-1-A1.png").string()).pixels;
     constexpr rgba_pixel white_pixel{255, 255, 255, 255};
     constexpr rgba_pixel black{0, 0, 0, 255};
     constexpr rgba_pixel red{255, 0, 0, 255};
-    constexpr rgba_pixel blue{0, 0, 255, 255};
+    constexpr rgba_pixel grey{0x60, 0x60, 0x60, 255};
     const struct {
         std::size_t column;
         std::size_t line;
@@ -502,7 +510,7 @@ TEST(Preview, ShowsTheScreenOfAnArticle)
     } pixels[] = {
         {99, 200, red}, {179, 200, white_pixel}, {180, 200, red}, // the region's ground
         {603, 14, white_pixel}, {603, 100, black},                // the icon at the banner's top
-        {5, 5, red}, {715, 570, blue},                            // the picture beneath
+        {5, 5, red}, {715, 570, grey}, // the picture beneath, and what is beneath it
     };
     for (const auto& [column, line, colour] : pixels)
         EXPECT_EQ(shown.at(720 * line + column), colour) << column;

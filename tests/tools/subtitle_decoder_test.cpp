@@ -118,6 +118,22 @@ TEST(SubtitleDecoder, ReadsColoursOfAReducedRange)
         (clut_colour{.y = 0xEC, .cr = 0xA0, .cb = 0x50, .t = 0x80, .defined = true}));
 }
 
+TEST(SubtitleDecoder, ReadsPixelsOfTwoBits)
+{
+    byte_string bytes = white_page();
+    bytes[region_segment + 12] = 0x24; // region_level_of_compatibility and region_depth
+    bytes[region_segment + 15] = 0x18; // region_4-bit_pixel-code 1, region_2-bit_pixel-code 2
+    for (std::size_t entry = 0; entry < 4; ++entry)
+        bytes[clut_segment + 9 + 6 * entry] = 0x81; // of the 2-bit table
+    for (const std::size_t field : {object_segment + 13, object_segment + 17})
+        std::ranges::copy(bytes_of("10 24 00 F0"), // 4 pixels of entry 0, end of the string, end of the line
+            bytes.begin() + static_cast<std::ptrdiff_t>(field));
+    const decoded_page page = decode_display_set(bytes);
+    EXPECT_THAT(page.problems, IsEmpty());
+    EXPECT_EQ(page.regions.at(0).fill_index, 2U);
+    EXPECT_EQ(page.regions.at(0).indices, byte_string(8, 0));
+}
+
 TEST(SubtitleDecoder, GivesTheBottomFieldWhatTheTopHasWhenItIsEmpty)
 {
     byte_string bytes = white_page();
