@@ -144,8 +144,8 @@ class Page(unittest.TestCase):
         settings = re.findall(r'^(PREF_\w+)="(.*)"$', (cls.shop / "settings.env").read_text(), re.M)
         cls.environment = {name: value for name, value in os.environ.items() if not name.startswith("PREF_")}
         cls.environment.update(settings)
-        cls.server = subprocess.Popen([PREVIEW, "--resources", cls.shop, "--serve", "0"], stdout=subprocess.PIPE,
-            env=cls.environment, text=True)
+        cls.server = subprocess.Popen([PREVIEW, "--resources", cls.shop, "--serve", "0", "--address", "127.0.0.2"],
+            stdout=subprocess.PIPE, env=cls.environment, text=True)
         cls.url = re.search(r"http://\S+", cls.server.stdout.readline())[0]
         cls.browser = Browser(cls.folder.name)
 
@@ -266,14 +266,14 @@ class Page(unittest.TestCase):
         self.assertEqual(self.browser.run("return [document.activeElement.id, location.hash];"), ["of-screen-TV1003", "#article=TV1003"])
 
     def test_refuses_what_is_not_the_page(self):
-        port = int(self.url.rsplit(":", 1)[1].strip("/"))
+        host, port = re.fullmatch(r"http://(127.0.0.2):(\d+)/", self.url).groups()
         for method, path, headers, status in (("GET", "/", {}, 200), ("GET", "/infostv.xml", {}, 404),
                 ("GET", "/../shop/infostv.xml", {}, 404), ("POST", "/", {}, 405), ("DELETE", "/events", {}, 405),
                 ("GET", "/", {"Host": "shop.example"}, 403), ("GET", "/", {"Host": "[::1"}, 403),
-                ("GET", "/", {"Host": "127.0.0.1:80@shop.example"}, 403), ("GET", "/", {"Host": "192.0.2.1"}, 403),
+                ("GET", "/", {"Host": "127.0.0.1:80@shop.example"}, 403), ("GET", "/", {"Host": "127.0.0.1"}, 403),
                 ("GET", "/", {"Host": "LOCALHOST.:80"}, 200), ("GET", "/", {"Sec-Fetch-Site": "cross-site"}, 403),
                 ("GET", "/events", {"Origin": "http://shop.example"}, 403)):
-            connection = http.client.HTTPConnection("127.0.0.1", port, timeout=60)
+            connection = http.client.HTTPConnection(host, port, timeout=60)
             connection.request(method, path, headers=headers)
             self.assertEqual(connection.getresponse().status, status, f"{method} {path} {headers}")
             connection.close()
