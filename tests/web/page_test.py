@@ -278,6 +278,31 @@ class Page(unittest.TestCase):
             self.assertEqual(connection.getresponse().status, status, f"{method} {path} {headers}")
             connection.close()
 
+    def test_pages_that_are_gone_leave_their_places(self):
+        address = self.url.removeprefix("http://").strip("/")
+
+        def opened():
+            connection = http.client.HTTPConnection(address, timeout=60)
+            connection.request("GET", "/events")
+            if connection.getresponse().status == 200:
+                return connection
+            return connection.close()
+
+        pages = [page for page in (opened() for _ in range(25)) if page]
+        self.assertIn(len(pages), range(10, 25))
+        for page in pages:
+            page.close()
+        before = self.browser.run("return pictures();")
+        for price in range(399, 394, -1):  # the server learns of those that are gone when it writes to them
+            shown = self.browser.run("return pictures()[2];")
+            self.change("infostv.xml", f"\u00a0{price} €", f"\u00a0{price - 1} €")
+            self.browser.wait("pictures()[2] !== given[0] && areLoaded()", shown)
+            if free := opened():
+                break
+        self.restore("infostv.xml", before)
+        self.assertIsNotNone(free)
+        free.close()
+
     def test_uses_the_fonts_that_are_installed_beside_it(self):
         installed = pathlib.Path(self.folder.name) / "installed"
         for name in ("bin", "share/tsinsertd"):
