@@ -97,27 +97,18 @@ parsed_shop parse_shop(std::int32_t n)
     return parsed;
 }
 
+constexpr const char* no_memory = "Cannot allocate memory\n";
+constexpr const char* no_record = "calloc allocate memory\n";
+
 /// In the order of the requests: for a file's bytes, its parser, a record or a text of it. What has found no
-/// memory is missing, with all in it.
+/// memory is missing, with all in it; but the first font stays where there is none for the second.
 constexpr struct {
     const char* messages;
     int records;
     int texts;
-} lacking_memory[] = {
-    {"Cannot allocate memory\n", 1, 2},
-    {"Cannot allocate memory\n", 1, 2},
-    {"calloc allocate memory\n", 1, 2}, // the article
-    {"Cannot allocate memory\n", 2, 4},
-    {"Cannot allocate memory\n", 2, 4},
-    {"Cannot allocate memory\n", 2, 4},
-    {"Cannot allocate memory\n", 1, 3},
-    {"Cannot allocate memory\n", 1, 3},
-    {"calloc allocate memory\n", 1, 3}, // the region
-    {"Cannot allocate memory\n", 2, 4},
-    {"Cannot allocate memory\n", 2, 5}, // the second font takes the place of the first
-    {"Cannot allocate memory\n", 2, 5}, // which stays
-    {"", 2, 5},
-};
+} lacking_memory[] = {{no_memory, 1, 2}, {no_memory, 1, 2}, {no_record, 1, 2}, {no_memory, 2, 4},
+    {no_memory, 2, 4}, {no_memory, 2, 4}, {no_memory, 1, 3}, {no_memory, 1, 3}, {no_record, 1, 3},
+    {no_memory, 2, 4}, {no_memory, 2, 5}, {no_memory, 2, 5}, {"", 2, 5}};
 
 TEST(XmlFile, LacksOnlyWhatFindsNoMemory)
 {

@@ -97,32 +97,6 @@ TEST(EpldModel, ReportsWhatADaemonMustNotWrite)
     }
 }
 
-/// The rest of a PES packet, too, waits for slot 1.
-TEST(EpldModel, ReportsTheRestOfSubtitlesBeforeItsTurn)
-{
-    epld_model device = with_stream_slots();
-    load(device, 1, 0x87);
-    for (const std::uint16_t address : std::array<std::uint16_t, 2>{400, 588})
-        write_at(device, address, packet(subtitle_pid, false, 1));
-    write_at(device, 0, {0x83});
-    ASSERT_EQ(device.violation_count, 1U);
-    EXPECT_EQ(device.violations[0].kind, violation_kind::armed_too_early);
-}
-
-TEST(EpldModel, ReportsWhatRegistersDoNotKnow)
-{
-    epld_model device = with_stream_slots();
-    EXPECT_FALSE(device_write_byte(device, 3, 0));
-    EXPECT_FALSE(device_write_word(device, 0, 0));
-    EXPECT_FALSE(device_write_byte(device, 2, 6));
-    EXPECT_EQ(device.violation_count, 3U);
-    EXPECT_EQ(device.violations[0].kind, violation_kind::unknown_register);
-    EXPECT_EQ(device.violations[1].kind, violation_kind::unknown_transfer);
-    EXPECT_EQ(device.violations[2].kind, violation_kind::unknown_transfer);
-    EXPECT_TRUE(device_write_byte(device, 0, insertion_on | 0x04));
-    EXPECT_EQ(device.violations[3].kind, violation_kind::control_bits_changed);
-}
-
 /// ISO/IEC 13818-1, 2.4.4 for sections, 2.4.3.5 for PES packets.
 TEST(EpldModel, CompletesAShortLastPacket)
 {

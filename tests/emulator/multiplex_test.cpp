@@ -2,14 +2,12 @@
 
 #include "temporary.h"
 
-#include <cstdlib>
+#include <algorithm>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <map>
 #include <memory>
 #include <unistd.h>
-
-using testing::HasSubstr;
 
 namespace {
 
@@ -117,18 +115,13 @@ TEST(Multiplex, ReplacesTheNullPacketsAndTablesOfAnEncoder)
 
 TEST(Multiplex, RefusesWhatIsNoEncoderStream)
 {
-    packet_bytes no_clock = packet(0x1FFF, {0x10});
-    packet_bytes other_fields;
-    for (const std::uint32_t milliseconds : {0, 1000}) {
-        packet_bytes extended = clock_packet(0x100, milliseconds);
-        extended[5] = 0x01; // adaptation_field_extension_flag
-        other_fields.insert(other_fields.end(), extended.begin(), extended.end());
-    }
+    packet_bytes extended = clock_packet(0x100, 0);
+    std::ranges::copy(clock_packet(0x100, 1000), std::back_inserter(extended));
+    extended[5] = extended[188 + 5] = 0x01; // adaptation_field_extension_flag, and no clock
     packet_bytes no_sync = encoder_stream();
     no_sync[188] = 0;
     const auto stream = std::make_unique<multiplex>();
-    EXPECT_THAT(use_encoder(*stream, no_clock, 1000), HasSubstr("no program clock"));
-    EXPECT_THAT(use_encoder(*stream, other_fields, 1000), HasSubstr("no program clock"));
-    EXPECT_THAT(use_encoder(*stream, {}, 1000), HasSubstr("no program clock"));
-    EXPECT_THAT(use_encoder(*stream, no_sync, 1000), HasSubstr("packet 1 has no sync byte"));
+    for (const packet_bytes& no_clock : {packet_bytes{}, packet(0x1FFF, {0x10}), extended})
+        EXPECT_THAT(use_encoder(*stream, no_clock, 1000), testing::HasSubstr("no program clock"));
+    EXPECT_THAT(use_encoder(*stream, no_sync, 1000), testing::HasSubstr("packet 1 has no sync byte"));
 }

@@ -39,7 +39,6 @@ TEST(Options, SayWhatIsWrongWithTheCommandLine)
         {{"--duration"}, "without its value"},
         {{"--duration", "0", "tsinsertd"}, "--duration cannot be \"0\""},
         {{"--duration", "8785h", "tsinsertd"}, "--duration cannot be \"8785h\""}, // over a leap year
-        {{"--duration", "10x", "tsinsertd"}, "--duration cannot be \"10x\""},
         {{"--start", "2026-02-31 00:00:00", "tsinsertd"}, "--start cannot be"},
         {{"--clock", "fast", "tsinsertd"}, "--clock cannot be"},
         {{"--set-clock", "5", "tsinsertd"}, "--set-clock cannot be"},

@@ -19,24 +19,9 @@ ts_packet packet(std::uint16_t pid, unsigned counter, std::span<const std::uint8
 }
 
 constexpr std::array<std::uint8_t, 9> tdt{0, 0x70, 0x70, 0x05, 1, 2, 3, 4, 5};
-constexpr std::array<std::uint8_t, 4> pes{0, 0, 1, 0xBD};
 constexpr std::array<std::uint8_t, 8> wrong_crc{0, 0x73, 0x70, 4, 1, 2, 3, 4};
 
 } // namespace
-
-TEST(StreamStatistics, CountsBrokenCounters)
-{
-    const auto statistics = std::make_unique<stream_statistics>();
-    for (const unsigned counter : {14U, 15U, 0U, 1U, 1U, 3U})
-        count_packet(*statistics, packet(4368, counter, pes), 0);
-    ts_packet clock_only = packet(4368, 9, pes);
-    clock_only[3] = 0x29; // adaptation field, no payload: the counter stands still
-    count_packet(*statistics, clock_only, 0);
-    count_packet(*statistics, packet(4368, 4, pes), 0);
-    EXPECT_EQ(statistics->by_pid[4368].packets, 8U);
-    EXPECT_EQ(statistics->by_pid[4368].counter_errors, 2U);
-    EXPECT_EQ(statistics->table_count, 0U);
-}
 
 TEST(StreamStatistics, MeasuresTheRepetitionOfEachTableAndCountsDamagedOnes)
 {

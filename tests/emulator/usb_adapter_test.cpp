@@ -5,7 +5,6 @@
 #include <memory>
 
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 using testing::IsEmpty;
 
 namespace {
@@ -86,21 +85,6 @@ TEST(UsbAdapter, AnswersTheHost)
     plugged_in device;
     for (const auto& [what, setup, room, answer] : requests)
         EXPECT_EQ(device.ask(setup, bytes(room)), answer) << what;
-}
-
-TEST(UsbAdapter, PutsMessagesToTheDevice)
-{
-    plugged_in device;
-    EXPECT_TRUE(device.write({11, 0x02, 0x01}));
-    EXPECT_EQ(device.run->device.pointer, 0x0102U) << "a word, low byte first";
-    EXPECT_TRUE(device.write({32, 0xA1, 0xB2, 0xC3}));
-    EXPECT_THAT(std::span(device.run->device.memory).subspan(0x102, 3), ElementsAre(0xA1, 0xB2, 0xC3));
-    EXPECT_TRUE(device.write({11, 0x02, 0x01}));
-    EXPECT_EQ(device.read(32, 3), (bytes{0xA1, 0xB2, 0xC3}));
-    EXPECT_TRUE(device.write({0, 0x05}));
-    EXPECT_EQ(device.read(0, 1), bytes{0x05});
-    EXPECT_EQ(device.run->device.violation_count, 0U);
-    EXPECT_THAT(device.run->faults.requests, ElementsAreArray({0, 0, 0, 1, 1, 2, 1, 1, 0})) << "by kinds";
 }
 
 TEST(UsbAdapter, AcknowledgesForTheDeviceAlone)

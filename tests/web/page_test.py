@@ -279,17 +279,15 @@ class Page(unittest.TestCase):
             connection.close()
 
     def test_pages_that_are_gone_leave_their_places(self):
-        address = self.url.removeprefix("http://").strip("/")
+        def connect():
+            return http.client.HTTPConnection(self.url.removeprefix("http://").strip("/"), timeout=60)
 
-        def opened():
-            connection = http.client.HTTPConnection(address, timeout=60)
-            connection.request("GET", "/events")
-            if connection.getresponse().status == 200:
-                return connection
-            return connection.close()
+        def is_free(page):
+            page.request("GET", "/events")
+            return page.getresponse().status == 200
 
-        pages = [page for page in (opened() for _ in range(25)) if page]
-        self.assertIn(len(pages), range(10, 25))
+        pages = [connect() for _ in range(25)]
+        self.assertIn([is_free(page) for page in pages].count(True), range(10, 25))
         for page in pages:
             page.close()
         before = self.browser.run("return pictures();")
@@ -297,11 +295,11 @@ class Page(unittest.TestCase):
             shown = self.browser.run("return pictures()[2];")
             self.change("infostv.xml", f"\u00a0{price} €", f"\u00a0{price - 1} €")
             self.browser.wait("pictures()[2] !== given[0] && areLoaded()", shown)
-            if free := opened():
-                break
+            with contextlib.closing(connect()) as page:
+                if free := is_free(page):
+                    break
         self.restore("infostv.xml", before)
-        self.assertIsNotNone(free)
-        free.close()
+        self.assertTrue(free)
 
     def test_uses_the_fonts_that_are_installed_beside_it(self):
         installed = pathlib.Path(self.folder.name) / "installed"
